@@ -1,0 +1,2 @@
+// PLACEHOLDER: to be replaced by the command.
+int main() { return 2; }

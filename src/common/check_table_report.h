@@ -1,0 +1,30 @@
+// Reporting macros of the CheckTable implementation files: each supplies the location of the
+// statement (file, line, function) to the one reporting funnel of CheckTable. Not for other users.
+#ifndef VELMORA_COMMON_CHECK_TABLE_REPORT_H_
+#define VELMORA_COMMON_CHECK_TABLE_REPORT_H_
+
+#include "common/check_table.h"
+
+#define CHECK_TABLE_LOC (WLOGLOCINFO{__FILE__, __LINE__, __func__, nullptr})
+
+// A failure: the message goes into the error buffer and, through the gate, to the log at error
+// priority. Evaluates to result.
+#define REPORT_ERROR(log_handle, result, ...) \
+  Report((log_handle), WLOG_PRIORITY_ERROR, CHECK_TABLE_LOC, (result), __VA_ARGS__)
+
+// A message that is kept in the error buffer although nothing failed, logged at its own priority.
+#define REPORT_NOTE(log_handle, priority, ...) \
+  ((void)Report((log_handle), (priority), CHECK_TABLE_LOC, 0, __VA_ARGS__))
+
+// A log line that leaves the error buffer alone. Nothing is evaluated when the gate refuses it.
+#define LOG_LINE(log_handle, priority, ...)                                  \
+  do {                                                                       \
+    if (LogGateOpen((log_handle), (priority))) {                             \
+      LogLine((log_handle), (priority), CHECK_TABLE_LOC, __VA_ARGS__);       \
+    }                                                                        \
+  } while (0)
+
+// Names printed with "%s" where the caller may have passed NULL.
+inline const char* OrNullText(const char* text) { return text != nullptr ? text : "(null)"; }
+
+#endif  // VELMORA_COMMON_CHECK_TABLE_REPORT_H_

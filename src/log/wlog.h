@@ -1,0 +1,78 @@
+// WLOG: the log category through which the checker reports. A category has two optional priority
+// bounds that callers may read directly, and a sink that receives the lines the category writes.
+#ifndef VELMORA_LOG_WLOG_H_
+#define VELMORA_LOG_WLOG_H_
+
+#include <cstdarg>
+#include <cstddef>
+
+// Priorities: a smaller number is more severe.
+enum tagWLOG_PRIORITY {
+  WLOG_PRIORITY_NULL = -1,
+  WLOG_PRIORITY_FATAL = 0,
+  WLOG_PRIORITY_ALERT = 100,
+  WLOG_PRIORITY_CRIT = 200,
+  WLOG_PRIORITY_ERROR = 300,
+  WLOG_PRIORITY_WARN = 400,
+  WLOG_PRIORITY_NOTICE = 500,
+  WLOG_PRIORITY_INFO = 600,
+  WLOG_PRIORITY_DEBUG = 700,
+  WLOG_PRIORITY_TRACE = 800,
+  WLOG_PRIORITY_NOTSET = 900,
+  WLOG_PRIORITY_UNKNOWN = 1000,
+};
+
+// Where a line was written: source file, line and function of the logging statement.
+typedef struct wlog_loc_info_t {
+  const char* loc_file;
+  int loc_line;
+  const char* loc_function;
+  void* loc_data;
+} WLOGLOCINFO;
+
+// One line on its way to the category. The caller sets the priority, the location and the three
+// zero fields; the library fills the message and its length, type and version.
+typedef struct tagWlogEvent {
+  int evt_priority;
+  const char* evt_msg;
+  size_t evt_msg_len;
+  const WLOGLOCINFO* evt_loc;
+  int evt_is_msg_binary;
+  int evt_id;
+  int evt_cls;
+  int evt_type;
+  int evt_version;
+} WLOGEVENT;
+
+// Receives the lines a category writes. Accepts() is asked before anything is formatted.
+class WlogSink {
+ public:
+  virtual ~WlogSink() = default;
+  virtual bool Accepts(int priority) const = 0;
+  virtual void Write(const WLOGEVENT& event) = 0;
+};
+
+// A log category. A line of priority P is written only when high bound <= P <= low bound; a NULL
+// bound, or a low bound of -1, does not restrict. Bounds usually point at the category's own
+// iPriorityHigh and iPriorityLow.
+struct tagWLogCategoryInst {
+  const int* piPriorityHigh = nullptr;
+  const int* piPriorityLow = nullptr;
+  int iPriorityHigh = WLOG_PRIORITY_NULL;
+  int iPriorityLow = WLOG_PRIORITY_NULL;
+  WlogSink* pstSink = nullptr;
+};
+typedef tagWLogCategoryInst* LPWLOGCATEGORYINST;
+
+// Returns non-zero when the category would write a line of this priority (bounds and sink agree).
+int wlog_category_can_write(LPWLOGCATEGORYINST handle, int priority, int id, int cls);
+
+// Formats one line and hands it to the category's sink. Returns 0 when written, -1 otherwise.
+int wlog_category_logv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+
+// The same with the arguments already collected.
+int wlog_category_vlogv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format,
+                        va_list args) __attribute__((format(printf, 3, 0)));
+
+#endif  // VELMORA_LOG_WLOG_H_

@@ -1,0 +1,207 @@
+// The ZEM schema model: a loaded metalib in one relocatable block. Every record lies in the
+// library's data area and refers to others by offsets (ZEMPTR), so the block can be copied or
+// mapped anywhere. An offset of all ones (-1) means "absent".
+//
+// Offsets and their bases:
+//   - names, entries, metas and texts: from the library data base, which is the address of a
+//     meta minus its ptrMeta (or the address of tagZEMMetaLib::data);
+//   - a meta's primary key array, entry table, index array and each index's column array: from
+//     the address of the meta that owns them.
+// Arrays are contiguous records of fixed size. Handles are read-only views into the block.
+#ifndef VELMORA_SCHEMA_ZEM_H_
+#define VELMORA_SCHEMA_ZEM_H_
+
+#include <cstddef>
+#include <cstdint>
+
+typedef int64_t ZEMPTR;
+constexpr ZEMPTR ZEMPTR_NONE = -1;
+
+// Entry type codes.
+enum ZemTypeCode {
+  ZEM_TYPE_UNION = 0,
+  ZEM_TYPE_STRUCT = 1,
+  ZEM_TYPE_INT8 = 2,
+  ZEM_TYPE_UINT8 = 3,
+  ZEM_TYPE_BYTE = 4,
+  ZEM_TYPE_INT16 = 5,
+  ZEM_TYPE_UINT16 = 6,
+  ZEM_TYPE_INT32 = 7,
+  ZEM_TYPE_UINT32 = 8,
+  ZEM_TYPE_LONG = 9,    // 4-byte integers that schema files cannot name; models built in code can.
+  ZEM_TYPE_ULONG = 10,
+  ZEM_TYPE_INT64 = 11,
+  ZEM_TYPE_UINT64 = 12,
+  ZEM_TYPE_DATE = 13,
+  ZEM_TYPE_TIME = 14,
+  ZEM_TYPE_DATETIME = 15,
+  ZEM_TYPE_DECIMAL = 16,
+  ZEM_TYPE_FLOAT = 17,
+  ZEM_TYPE_DOUBLE = 18,
+  ZEM_TYPE_IPV4 = 19,
+  ZEM_TYPE_CHAR16 = 20,
+  ZEM_TYPE_STRING = 21,
+  ZEM_TYPE_WSTRING = 22,
+};
+
+// Bit of tagZEMMetaEntry::chDBFlag that marks a primary key member.
+constexpr unsigned char ZEM_DBFLAG_PRIMARY_KEY = 0x10;
+
+// A key member or the split table key: the entry it is made of.
+struct tagZEMDBKeyInfo {
+  int32_t iHOff;    // host offset of the field inside a record
+  ZEMPTR ptrEntry;  // the entry, from the data base; -1: absent
+};
+static_assert(sizeof(tagZEMDBKeyInfo) == 16, "key descriptions are 16-byte records");
+
+// One column of an index.
+struct tagZEMColumnInfo {
+  int32_t iHOff;
+  ZEMPTR ptrEntry;  // the entry, from the data base
+  int32_t iIsDesc;
+  int32_t iCaredCharNum;
+};
+static_assert(sizeof(tagZEMColumnInfo) == 24, "columns are 24-byte records");
+
+// One secondary index of a meta.
+struct tagZEMMetaIndex {
+  ZEMPTR ptrName;        // from the data base
+  int32_t iColumnNum;
+  int32_t iType;
+  int32_t iUnique;
+  ZEMPTR ptrColumnBase;  // array of iColumnNum columns, from the owning meta
+};
+
+// One field of a meta.
+struct tagZEMMetaEntry {
+  ZEMPTR ptrSelf;         // this record's own offset, so an entry alone can find its names
+  ZEMPTR ptrName;         // from the data base
+  ZEMPTR ptrCustomAttr2;  // from the data base; -1: no attribute
+  ZEMPTR ptrRefer;        // the entry holding the array's length, from the data base; -1: none
+  ZEMPTR ptrTypeMeta;     // the meta of a struct or union entry, from the data base; -1: none
+  int32_t iType;          // ZemTypeCode
+  int32_t iCount;         // 1 scalar, >1 fixed array, 0 variable array
+  uint32_t uUnitSize;     // bytes of one element
+  int32_t iHOff;
+  unsigned char chDBFlag; // ZEM_DBFLAG_PRIMARY_KEY for key members
+};
+
+// One struct or union; for the checker, a table.
+struct tagZEMMeta {
+  ZEMPTR ptrMeta;  // this record's own offset in the data area
+  ZEMPTR ptrName;  // from the data base
+  int32_t iVersion;
+  int32_t iIsUnion;
+  int32_t iEntriesNum;
+  int32_t iSize;
+  ZEMPTR ptrEntryTable;  // array of iEntriesNum entry offsets (from the data base; -1: no entry)
+  int16_t nPrimayKeyMemberNum;
+  ZEMPTR ptrPrimayKeyBase;  // array of tagZEMDBKeyInfo from this meta; -1: no primary key
+  tagZEMDBKeyInfo stSplitTableKey;  // ptrEntry -1: no split table key
+  ZEMPTR ptrSplitTableKey;  // the key's field names joined by ",", from the data base
+  int32_t iIndexesNum;
+  ZEMPTR ptrIndexes;        // array of tagZEMMetaIndex from this meta
+  ZEMPTR ptrCustomAttr2;    // from the data base; -1: none
+};
+
+// A named integer macro of a metalib.
+struct tagZEMMacro {
+  ZEMPTR ptrName;
+  int32_t iValue;
+};
+
+// The library header; its data area follows it directly.
+struct tagZEMMetaLib {
+  uint32_t uMagic;
+  int32_t iVersion;
+  int64_t iDataSize;
+  ZEMPTR ptrName;
+  int32_t iMetaNum;
+  int32_t iMacroNum;
+  ZEMPTR ptrMetaTable;   // iMetaNum meta offsets in definition order
+  ZEMPTR ptrMetaByName;  // the same offsets ordered by name (strcmp) for lookups
+  ZEMPTR ptrMacros;      // iMacroNum tagZEMMacro ordered by name
+  alignas(8) char data[];
+};
+
+constexpr uint32_t ZEM_METALIB_MAGIC = 0x5a454d4cu;  // "ZEML"
+
+typedef const tagZEMMetaLib* LPZEMMETALIB;
+typedef const tagZEMMeta* LPZEMMETA;
+typedef const tagZEMMetaEntry* LPZEMMETAENTRY;
+typedef const tagZEMMetaIndex* LPZEMMETAINDEX;
+
+// The start of the data area that a meta's data-base offsets are resolved against.
+inline const char* zem_meta_data_base(LPZEMMETA meta) {
+  return reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(meta) -
+                                       static_cast<uintptr_t>(meta->ptrMeta));
+}
+
+// The library that owns a meta: its data base minus the size of the library header. A record that
+// is not inside any library may yield NULL here; callers test for it.
+inline LPZEMMETALIB zem_meta_metalib(LPZEMMETA meta) {
+  return reinterpret_cast<LPZEMMETALIB>(reinterpret_cast<uintptr_t>(zem_meta_data_base(meta)) -
+                                        offsetof(tagZEMMetaLib, data));
+}
+
+// The record at a data-base offset, and at an offset from a meta.
+template <typename T>
+inline const T* zem_at(const char* base, ZEMPTR offset) {
+  return reinterpret_cast<const T*>(base + offset);
+}
+
+// Primary key member k, index i, and column j of an index of a meta.
+inline const tagZEMDBKeyInfo* zem_meta_key_member(LPZEMMETA meta, int k) {
+  return zem_at<tagZEMDBKeyInfo>(reinterpret_cast<const char*>(meta), meta->ptrPrimayKeyBase) + k;
+}
+inline LPZEMMETAINDEX zem_meta_index(LPZEMMETA meta, int i) {
+  return zem_at<tagZEMMetaIndex>(reinterpret_cast<const char*>(meta), meta->ptrIndexes) + i;
+}
+inline const tagZEMColumnInfo* zem_index_column(LPZEMMETA meta, LPZEMMETAINDEX index, int j) {
+  return zem_at<tagZEMColumnInfo>(reinterpret_cast<const char*>(meta), index->ptrColumnBase) + j;
+}
+// The entry a key member or column is made of.
+inline LPZEMMETAENTRY zem_meta_entry_at(LPZEMMETA meta, ZEMPTR ptr_entry) {
+  return zem_at<tagZEMMetaEntry>(zem_meta_data_base(meta), ptr_entry);
+}
+// The name of an index.
+inline const char* zem_index_name(LPZEMMETA meta, LPZEMMETAINDEX index) {
+  return zem_meta_data_base(meta) + index->ptrName;
+}
+
+// ---- Library operations -------------------------------------------------------------------
+
+// The meta of this name (exact match), or NULL.
+LPZEMMETA zem_get_meta_by_name(LPZEMMETALIB metalib, const char* name);
+// The meta's name.
+const char* zem_get_meta_name(LPZEMMETA meta);
+// The number of entries (may be below 1 in a model built by hand).
+int zem_get_entry_num(LPZEMMETA meta);
+// Entry idx (0-based), or NULL when idx is out of range or the slot is empty.
+LPZEMMETAENTRY zem_get_entry_by_index(LPZEMMETA meta, int idx);
+const char* zem_get_entry_name(LPZEMMETAENTRY entry);
+int zem_get_entry_type(LPZEMMETAENTRY entry);
+int zem_get_entry_count(LPZEMMETAENTRY entry);
+// The entry that holds the array's length, or NULL when none is declared.
+LPZEMMETAENTRY zem_get_entry_refer(LPZEMMETAENTRY entry);
+size_t zem_get_entry_unitsize(LPZEMMETAENTRY entry);
+// The meta of a struct or union entry, or NULL.
+LPZEMMETA zem_get_entry_type_meta(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
+// The entry's custom attribute text, or NULL when it has none.
+const char* zem_get_entry_customattr2(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
+// The meta's custom attribute text, or NULL when it has none.
+const char* zem_get_meta_customattr2(LPZEMMETA meta);
+// Copies the split table key's field names, joined by ",", into buffer. Returns 0; or -1 when the
+// text and its terminator do not fit, leaving the buffer empty and *err_str pointing at the reason.
+int zem_get_meta_splittablekey(LPZEMMETA meta, char* buffer, size_t buffer_size,
+                               const char** err_str);
+// Writes the macro's value to *value and returns 0; returns -1 and leaves *value alone when the
+// library has no macro of that name.
+int zem_get_macro_value(int* value, LPZEMMETALIB metalib, const char* name);
+int zem_get_metalib_version(LPZEMMETALIB metalib);
+const char* zem_get_metalib_name(LPZEMMETALIB metalib);
+// The number of metas and meta idx in definition order.
+int zem_get_meta_num(LPZEMMETALIB metalib);
+LPZEMMETA zem_get_meta_by_index(LPZEMMETALIB metalib, int idx);
+
+#endif  // VELMORA_SCHEMA_ZEM_H_
