@@ -1,9 +1,434 @@
-// PLACEHOLDER: to be replaced by the table attribute checks.
+// Table type attributes. A table declares what it is in its custom attribute string, segments
+// "Key=Value" separated by ";": the data protocol, the table type (generic, list or sorted list),
+// the list size, the number of sort fields and the sort rule, and the display charset of its
+// strings. A sorted list table marks its sort fields with "sort1" to "sort4" in their own
+// attribute; no other table may mark a field at all.
+#include <strings.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
 #include "common/check_table.h"
 #include "common/check_table_report.h"
-int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB, const char*, int&, int&, int&, int&, char*, bool, LPWLOGCATEGORYINST) { return -46; }
-int CheckTable::CheckStringDisplayCharset(const char*, LPWLOGCATEGORYINST) { return 0; }
-bool CheckTable::CheckStr(const char*, const char*) { return false; }
-int CheckTable::CheckGenericEntries(LPZEMMETALIB, LPZEMMETA, LPWLOGCATEGORYINST) { return 0; }
-int CheckTable::CheckListEntries(LPZEMMETALIB, LPZEMMETA, LPWLOGCATEGORYINST) { return 0; }
-int CheckTable::CheckSortEntries(LPZEMMETALIB, LPZEMMETA, int, LPWLOGCATEGORYINST) { return 0; }
+#include "common/string_helpers.h"
+
+namespace {
+
+// Servers from this build on hold lists of up to 10000 elements; older ones up to 1023.
+const char* const kLongListServerVersion = "3.40.0.193000";
+const int kOldListBound = 1024;   // exclusive
+const int kLongListBound = 10001; // exclusive
+
+// "DataProtocolType=PLAIN", the longest string that declares nothing but its protocol.
+const size_t kProtocolOnlyMaxLength = 22;
+
+// Sort fields hold numbers the store can order by: the integer types 2 to 12 and the two floating
+// types 17 and 18, one bit per type code.
+const int kMaxSortFieldType = ZEM_TYPE_DOUBLE;
+const unsigned int kSortFieldTypeMask = 0x61ffc;
+
+const char* const kListNumUsage =
+    "list_num_str is error,it must be like:TableType=LIST|SORTLIST;ListNum=1-1023[;SortFieldNum=[1-4]].";
+const char* const kSortNumUsage =
+    "sort_num_str is error,it must be like:TableType=LIST|SORTLIST;ListNum=1-1023[;SortFieldNum=[1-4]].";
+
+// Keys other than the data protocol are matched with their letter case.
+const char* FindCaseSensitive(const char* haystack, const char* needle) {
+  return std::strstr(haystack, needle);
+}
+
+bool Contains(const std::string& text, const char* word) {
+  return text.find(word) != std::string::npos;
+}
+
+// The int a number read with strtol ends up as: the low 32 bits of the long, taken as signed.
+// "4294967297" gives 1, and a value strtol clamps to LONG_MAX gives -1.
+int LowInt32(long value) {
+  const uint32_t low = static_cast<uint32_t>(static_cast<unsigned long>(value));
+  if (low <= static_cast<uint32_t>(INT32_MAX)) return static_cast<int>(low);
+  return static_cast<int>(low - 0x80000000u) + INT32_MIN;
+}
+
+// A data protocol is ZEM, PB or PLAIN in any letter case, and nothing longer.
+bool IsDataProtocol(const std::string& value) {
+  return (value.size() == 3 && strncasecmp(value.c_str(), "ZEM", 3) == 0) ||
+         (value.size() == 2 && strncasecmp(value.c_str(), "PB", 2) == 0) ||
+         (value.size() == 5 && strncasecmp(value.c_str(), "PLAIN", 5) == 0);
+}
+
+bool IsSortFieldType(int type) {
+  return type >= 0 && type <= kMaxSortFieldType && ((kSortFieldTypeMask >> type) & 1u) != 0;
+}
+
+}  // namespace
+
+int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* metaname,
+                                           int& table_type, int& list_num, int& sort_field_num,
+                                           int& sort_rule, char* data_protocol,
+                                           bool check_data_protocol,
+                                           LPWLOGCATEGORYINST log_handle) {
+  if (metalib == nullptr || metaname == nullptr) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "Invaild parameter，please check the parameter! table: '%s'",
+                        OrNullText(metaname));
+  }
+
+  int ret = CheckTableNameValidity(metaname, log_handle);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
+
+  LPZEMMETA meta = zem_get_meta_by_name(metalib, metaname);
+  if (meta == nullptr) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                        "Get meta info failed, please check the table name! table:'%s'", metaname);
+  }
+
+  LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "Start CheckTableTypeByCustomAttr %s...", metaname);
+
+  if (zem_get_metalib_version(metalib) > 65535) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "Table version error,can not higher than 65535");
+  }
+
+  // A table without an attribute string is defined in the old style; the caller decides what that
+  // means, so nothing is reported and nothing handed back.
+  const char* meta_attr2 = zem_get_meta_customattr2(meta);
+  if (meta_attr2 == nullptr || meta_attr2[0] == '\0') return ERROR_OLD_TABLE_DEFINE;
+
+  const std::string sourceMetaAttr2(meta_attr2);
+  std::string destMetaAttr2;
+  StringRemoveSpaces(sourceMetaAttr2, destMetaAttr2);
+  const char* attr = destMetaAttr2.c_str();
+
+  if (CheckStringDisplayCharset(attr, log_handle) != CHECK_TABLE_SUCCESS) {
+    return WARN_NEW_TABLE_DEFINE_AND_HAS_ERROR;
+  }
+
+  const bool has_data_protocol_type = strstri(attr, "DataProtocolType=") != nullptr;
+  if (!has_data_protocol_type && check_data_protocol) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                        "DataProtocolType must be existed, please check it.");
+  }
+  if (has_data_protocol_type) {
+    std::string protocol;
+    if (GetAssignStrFromSourStr(attr, ";", "DataProtocolType=", protocol, strstri) == nullptr ||
+        !IsDataProtocol(protocol)) {
+      return REPORT_ERROR(
+          log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+          "DataProtocolType is error,it must be like:DataProtocolType=ZEM|PB|PLAIN.");
+    }
+    // Safe for the caller's 6-byte buffer: an accepted value has at most 5 characters, so at most
+    // 6 bytes are written with its terminator, and a rejected value has returned above.
+    if (data_protocol != nullptr) {
+      std::memset(data_protocol, 0, 3);
+      std::memcpy(data_protocol, protocol.c_str(), protocol.size() + 1);
+    }
+    // A string that declares nothing but its protocol still counts as an old-style definition,
+    // although the protocol has been handed back. Deliberate.
+    if (destMetaAttr2.size() <= kProtocolOnlyMaxLength) return ERROR_OLD_TABLE_DEFINE;
+  }
+
+  // The type is found as a word anywhere in the string, not as the value of "TableType=";
+  // CheckStr then vouches for the segment that carries it. "LIST" also matches "SORTLIST".
+  if (Contains(destMetaAttr2, "GENERIC")) {
+    if (!CheckStr(attr, "GENERIC")) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                          "generic table:table_type must be GENERIC,please check it.");
+    }
+    if (Contains(destMetaAttr2, "ListNum") || Contains(destMetaAttr2, "SortFieldNum") ||
+        Contains(destMetaAttr2, "SortRule")) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                          "table_type is generic,but customattr has contain ListNum or SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
+    }
+    ret = CheckGenericEntries(metalib, meta, log_handle);
+    if (ret != CHECK_TABLE_SUCCESS) return ret;
+    table_type = 0;
+    list_num = 0;
+    // The buffer keeps this line after success.
+    REPORT_NOTE(log_handle, WLOG_PRIORITY_INFO, "table:%s table_type is generic.", metaname);
+    return CHECK_TABLE_SUCCESS;
+  }
+  if (!Contains(destMetaAttr2, "LIST")) {
+    // Only the display charset (and perhaps the protocol) is set: accepted as it is.
+    if (Contains(destMetaAttr2, "stringdisplaycharset")) return CHECK_TABLE_SUCCESS;
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "TableType is error,it must be like:TableType=GENERIC|LIST|SORTLIST;ListNum=1023.");
+  }
+
+  // Lists and sorted lists: the out-parameters written here stay written if a later step fails.
+  table_type = 1;
+  sort_field_num = 0;
+
+  std::string list_num_str;
+  GetAssignStrFromSourStr(attr, ";", "ListNum=", list_num_str, FindCaseSensitive);
+  if (list_num_str.empty()) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kListNumUsage);
+  }
+  if (!IsDigit(list_num_str.c_str())) {
+    // Not a number: the name of a macro of the schema. An unknown one leaves list_num alone.
+    int macro_value = 0;
+    if (zem_get_macro_value(&macro_value, metalib, list_num_str.c_str()) != 0) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                          "can't find macro:%s from zem:%s,please check.", list_num_str.c_str(),
+                          metaname);
+    }
+    list_num = macro_value;
+  } else {
+    list_num = LowInt32(std::strtol(list_num_str.c_str(), nullptr, 10));
+  }
+
+  // These lines carry their own location; taking it from the record the log line is written
+  // with keeps the text and the line in agreement. The buffer keeps the last one after success.
+  const WLOGLOCINFO svr_ver_loc = CHECK_TABLE_LOC;
+  (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS,
+               "%s(%d)-<%s>:  m_svr_ver:%s table:'%s'", svr_ver_loc.loc_file,
+               svr_ver_loc.loc_line, svr_ver_loc.loc_function, m_svr_ver.c_str(), metaname);
+  int max_list_elem_cnt = kOldListBound;
+  const bool ge340193000 = RealCmpVersion(m_svr_ver.c_str(), kLongListServerVersion, true) >= 0;
+  if (ge340193000) {
+    // The line says ">" although an equal version takes this path too. Deliberate.
+    const WLOGLOCINFO long_list_loc = CHECK_TABLE_LOC;
+    (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS,
+                 "%s(%d)-<%s>:  m_svr_ver(%s) > 3.40.0.193000 table:'%s'", long_list_loc.loc_file,
+                 long_list_loc.loc_line, long_list_loc.loc_function, m_svr_ver.c_str(), metaname);
+    max_list_elem_cnt = kLongListBound;
+  }
+
+  // The usage texts keep saying "1-1023" whatever the server allows.
+  if (list_num < 1 || list_num >= max_list_elem_cnt) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "list_num must be [1,%d],but now list_num:%d,list_num_str:%s,custom_str:%s",
+                        max_list_elem_cnt - 1, list_num, list_num_str.c_str(), attr);
+  }
+  if (!CheckStr(attr, "ListNum")) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kListNumUsage);
+  }
+
+  if (Contains(destMetaAttr2, "SORTLIST")) {
+    // "TaleType" is how operators have always read this message; keep the spelling.
+    if (!CheckStr(attr, "SORTLIST")) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                          "sort list table:it must be TaleType=SORTLIST,please check it.");
+    }
+    table_type = 2;
+
+    std::string sort_num_str;
+    GetAssignStrFromSourStr(attr, ";", "SortFieldNum=", sort_num_str, FindCaseSensitive);
+    if (sort_num_str.empty()) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kSortNumUsage);
+    }
+    // No macro here: a value that is not a number reads as 0 and fails the range.
+    sort_field_num = LowInt32(std::strtol(sort_num_str.c_str(), nullptr, 10));
+    if (sort_field_num < 1 || sort_field_num > VELMORA_MAX_LIST_SORT_NUM) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                          "sort_field_num must be [1,%d],but now custom_str:%s",
+                          static_cast<int>(VELMORA_MAX_LIST_SORT_NUM), attr);
+    }
+    if (!CheckStr(attr, "SortFieldNum")) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kSortNumUsage);
+    }
+
+    std::string sort_rule_str;
+    GetAssignStrFromSourStr(attr, ";", "SortRule=", sort_rule_str, FindCaseSensitive);
+    if (sort_rule_str.empty()) {
+      // No rule given: ascending, and the segment is not examined.
+      sort_rule = 0;
+    } else {
+      if (sort_rule_str == "DESC") {
+        sort_rule = 1;
+      } else if (sort_rule_str == "INSC") {
+        sort_rule = 0;
+      } else {
+        return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                            "SortRule str must be DESC or INSC,but now custom_str:%s", attr);
+      }
+      if (!CheckStr(attr, "SortRule")) {
+        return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                            "SortRule str must be SortRule=DESC/INSC,but now custom_str:%s", attr);
+      }
+    }
+
+    ret = CheckSortEntries(metalib, meta, sort_field_num, log_handle);
+    if (ret != CHECK_TABLE_SUCCESS) return ret;
+  } else {
+    if (!CheckStr(attr, "LIST")) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                          "list table:table_type must be LIST,please check it.");
+    }
+    if (Contains(destMetaAttr2, "SortFieldNum") || Contains(destMetaAttr2, "SortRule")) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                          "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
+    }
+    ret = CheckListEntries(metalib, meta, log_handle);
+    if (ret != CHECK_TABLE_SUCCESS) return ret;
+  }
+
+  // A plain list leaves sort_rule as the caller passed it, and prints it so.
+  LOG_LINE(log_handle, WLOG_PRIORITY_INFO,
+           "customattr parse result:TableType=%d;ListNum=%d;SortFieldNum=%d;SortRule=%d",
+           table_type, list_num, sort_field_num, sort_rule);
+  return CHECK_TABLE_SUCCESS;
+}
+
+bool CheckTable::CheckStr(const char* src, const char* find_str) {
+  if (src == nullptr || find_str == nullptr) return false;
+
+  std::vector<std::string> result_vec;
+  SplitString(src, ";", result_vec);
+  // Only the first segment that mentions find_str decides, even when it merely holds it inside a
+  // longer word and a later segment would match exactly.
+  for (const std::string& segment : result_vec) {
+    if (std::strstr(segment.c_str(), find_str) == nullptr) continue;
+    std::vector<std::string> dst_vec;
+    SplitString(segment, "=", dst_vec);
+    if (dst_vec.size() != 2) return false;
+    return dst_vec[0] == find_str || dst_vec[1] == find_str;
+  }
+  return false;
+}
+
+int CheckTable::CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST log_handle) {
+  LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckStringDisplayCharset: %s", OrNullText(str));
+  if (str == nullptr) return CHECK_TABLE_SUCCESS;
+
+  // The key is matched with its letter case; only its first occurrence counts.
+  const std::string meta_attr2_str(str);
+  const size_t n_stringdisplaycharset = meta_attr2_str.find("stringdisplaycharset");
+  if (n_stringdisplaycharset == std::string::npos) return CHECK_TABLE_SUCCESS;
+
+  const std::string stringdisplaycharset = meta_attr2_str.substr(n_stringdisplaycharset);
+  // Without any "=" the position wraps to 0 and the whole tail is taken as the value.
+  const size_t n_charset = stringdisplaycharset.find('=') + 1;
+  const std::string charset = stringdisplaycharset.substr(n_charset);
+  bool accepted = false;
+  if (!charset.empty()) {
+    const size_t n_delimiter = charset.find(';');
+    // Deliberate: a value followed by ";" is cut one character short ("utf8;..." reads "utf"), so
+    // an accepted setting must end the string. A ";" right after "=" wraps the length around and
+    // takes the whole rest.
+    const std::string word =
+        n_delimiter == std::string::npos ? charset : charset.substr(0, n_delimiter - 1);
+    accepted = word == "utf8" || word == "gbk";
+  }
+  if (accepted) return CHECK_TABLE_SUCCESS;
+  return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                      "error stringdisplaycharset: %s", stringdisplaycharset.c_str());
+}
+
+int CheckTable::CheckGenericEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
+                                    LPWLOGCATEGORYINST log_handle) {
+  // Only sorted list tables give their fields an attribute.
+  const int entry_num = zem_get_entry_num(meta);
+  for (int i = 0; i < entry_num; ++i) {
+    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
+    if (pstEntry == nullptr) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                          "pstEntry %d is error,system error.", i);
+    }
+    const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
+    if (cus_attr_2 != nullptr && cus_attr_2[0] != '\0') {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                          "table_type is generic,entry field can't contain customattr2.");
+    }
+  }
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::CheckListEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
+                                 LPWLOGCATEGORYINST log_handle) {
+  // A plain list keeps its elements in insertion order: no field may be marked for sorting.
+  const int entry_num = zem_get_entry_num(meta);
+  for (int i = 0; i < entry_num; ++i) {
+    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
+    if (pstEntry == nullptr) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                          "pstEntry %d is error,system error.", i);
+    }
+    const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
+    if (cus_attr_2 != nullptr && cus_attr_2[0] != '\0') {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                          "table_type is list,entry field can't contain customattr2.");
+    }
+  }
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_field_num,
+                                 LPWLOGCATEGORYINST log_handle) {
+  const int entry_num = zem_get_entry_num(meta);
+  LOG_LINE(log_handle, WLOG_PRIORITY_DEBUG, "continue Start CheckTableTypeByCustomAttr %d...",
+           entry_num);
+
+  int sort1_num = 0;
+  int sort2_num = 0;
+  int sort3_num = 0;
+  int sort4_num = 0;
+  for (int i = 0; i < entry_num; ++i) {
+    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
+    if (pstEntry == nullptr) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                          "pstEntry %d is error,system error.", i);
+    }
+    // Attributes that do not mention "sort" (case-sensitive) are not sort marks.
+    const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
+    if (cus_attr_2 == nullptr || cus_attr_2[0] == '\0' ||
+        std::strstr(cus_attr_2, "sort") == nullptr) {
+      continue;
+    }
+    // Every element of a list shares the table's key, so a key field cannot order them.
+    if ((pstEntry->chDBFlag & ZEM_DBFLAG_PRIMARY_KEY) != 0) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                          "sortfield not support keyfield %s", zem_get_entry_name(pstEntry));
+    }
+    const int type = zem_get_entry_type(pstEntry);
+    if (!IsSortFieldType(type)) {
+      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                          "sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double",
+                          zem_get_entry_name(pstEntry), type);
+    }
+    if (std::strcmp(cus_attr_2, "sort1") == 0) {
+      ++sort1_num;
+    } else if (std::strcmp(cus_attr_2, "sort2") == 0) {
+      ++sort2_num;
+    } else if (std::strcmp(cus_attr_2, "sort3") == 0) {
+      ++sort3_num;
+    } else if (std::strcmp(cus_attr_2, "sort4") == 0) {
+      ++sort4_num;
+    } else {
+      return REPORT_ERROR(
+          log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+          "The customattr2 is just used to SortList,it must be sort1,sort2,sort3,sort4");
+    }
+  }
+
+  // Marks have no gaps: a higher one needs every lower one.
+  if (sort4_num != 0 && (sort1_num == 0 || sort2_num == 0 || sort3_num == 0)) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "Has sort4,but it does not have sort1/sort2/sort3");
+  }
+  if (sort4_num == 0 && sort3_num != 0 && (sort1_num == 0 || sort2_num == 0)) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "Has sort3,but it does not have sort1/sort2");
+  }
+  if (sort4_num == 0 && sort3_num == 0 && sort2_num != 0 && sort1_num == 0) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "Has sort2,but it does not have sort1");
+  }
+  if (sort1_num > 1 || sort2_num > 1 || sort3_num > 1 || sort4_num > 1) {
+    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                        "Every sort flag should be 1 time(sort1:%d,sort2:%d,sort3:%d,sort4:%d),please check.",
+                        sort1_num, sort2_num, sort3_num, sort4_num);
+  }
+  // Each mark is now used once and the marks form a prefix sort1..sortN, so their sum is N, which
+  // must be the table's SortFieldNum. "curstomaattr" and " 's" are the message's own; keep them.
+  const int sort_num = sort1_num + sort2_num + sort3_num + sort4_num;
+  if (sort_num != sort_field_num) {
+    return REPORT_ERROR(
+        log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+        "pstEntry 's curstomaattr num's sort num %d not match with meta's SortFieldNum=%d",
+        sort_num, sort_field_num);
+  }
+  return CHECK_TABLE_SUCCESS;
+}
