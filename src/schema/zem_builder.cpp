@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <new>
+#include <unordered_map>
 
 namespace {
 
@@ -44,12 +45,23 @@ struct BuiltMeta {
   int32_t size = 0;
 };
 
-int FindEntry(const ZemMetaDef& meta, const std::string& name) {
-  for (size_t i = 0; i < meta.entries.size(); ++i) {
-    if (meta.entries[i].name == name) return static_cast<int>(i);
+// Finds a meta's entries by name; the first of two entries with one name wins.
+class EntryFinder {
+ public:
+  explicit EntryFinder(const ZemMetaDef& meta) {
+    for (size_t i = 0; i < meta.entries.size(); ++i) {
+      by_name_.emplace(meta.entries[i].name, static_cast<int>(i));
+    }
   }
-  return -1;
-}
+  // The entry's position, or -1.
+  int Find(const std::string& name) const {
+    auto found = by_name_.find(name);
+    return found == by_name_.end() ? -1 : found->second;
+  }
+
+ private:
+  std::unordered_map<std::string, int> by_name_;
+};
 
 int32_t ClampToInt(int64_t value) {
   return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(value, 0), INT32_MAX));
@@ -106,6 +118,7 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
     const ZemMetaDef& meta = def.metas[m];
     const ZEMPTR meta_offset = built[m].offset;
     const std::string where = "meta '" + meta.name + "'";
+    const EntryFinder entries_by_name(meta);
 
     const int entry_count = static_cast<int>(meta.entries.size());
     const int entry_num = meta.entry_num.value_or(entry_count);
@@ -121,7 +134,7 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
     std::vector<unsigned char> flags(meta.entries.size(), 0);
     std::vector<int> key_entries;
     for (const std::string& member : meta.primary_key) {
-      const int e = FindEntry(meta, member);
+      const int e = entries_by_name.Find(member);
       if (e < 0) return fail(where + ": primary key member '" + member + "' names no entry");
       key_entries.push_back(e);
       flags[static_cast<size_t>(e)] |= ZEM_DBFLAG_PRIMARY_KEY;
@@ -152,7 +165,7 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
       if (entry_def.unit_size) unit_size = *entry_def.unit_size;
       ZEMPTR refer = ZEMPTR_NONE;
       if (!entry_def.refer.empty()) {
-        const int r = FindEntry(meta, entry_def.refer);
+        const int r = entries_by_name.Find(entry_def.refer);
         if (r < 0) {
           return fail(where + ": entry '" + entry_def.name + "' refers to '" + entry_def.refer +
                       "', which is no entry");
@@ -201,7 +214,7 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
     ZEMPTR split_text = ZEMPTR_NONE;
     if (meta.split_table_key) {
       const std::string& text = *meta.split_table_key;
-      const int e = FindEntry(meta, text.substr(0, text.find(',')));
+      const int e = entries_by_name.Find(text.substr(0, text.find(',')));
       split_entry = e >= 0 ? entry_offset(e) : entries;
       split_text = arena.AddText(text);
     }
@@ -213,7 +226,7 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
       const ZEMPTR name = arena.AddText(index_def.name);
       const ZEMPTR columns = arena.Alloc<tagZEMColumnInfo>(index_def.columns.size());
       for (size_t j = 0; j < index_def.columns.size(); ++j) {
-        const int e = FindEntry(meta, index_def.columns[j]);
+        const int e = entries_by_name.Find(index_def.columns[j]);
         if (e < 0) {
           return fail(where + ": index '" + index_def.name + "' column '" + index_def.columns[j] +
                       "' names no entry");

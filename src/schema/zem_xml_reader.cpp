@@ -1,0 +1,638 @@
+#include "schema/zem_xml_reader.h"
+
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "schema/zem_xml_values.h"
+
+namespace {
+
+// Names longer than this cannot be stored in the store's name fields.
+constexpr size_t MAX_NAME_BYTES = 127;
+constexpr size_t MAX_ENTRY_CUSTOMATTR2_BYTES = 2047;
+// No table can hold an entry or a struct larger than this; keeping every size of a file within it
+// also keeps every size the checks compute within an int.
+constexpr int64_t MAX_SIZE_BYTES = INT32_MAX;
+constexpr size_t MAX_KEY_MEMBERS = INT16_MAX;
+
+// The elements of a schema file and the attributes each reads or accepts silently.
+enum ElementKind { ELEMENT_METALIB, ELEMENT_MACRO, ELEMENT_STRUCT, ELEMENT_UNION, ELEMENT_ENTRY,
+                   ELEMENT_INDEX, ELEMENT_OTHER };
+const char* const ELEMENT_NAMES[] = {"metalib", "macro", "struct", "union", "entry", "index"};
+
+enum AttributeKind { ATTR_NAME, ATTR_VERSION, ATTR_VALUE, ATTR_TYPE, ATTR_SIZE, ATTR_COUNT,
+                     ATTR_REFER, ATTR_CUSTOMATTR2, ATTR_PRIMARYKEY, ATTR_SPLITTABLEKEY,
+                     ATTR_COLUMN, ATTR_DESC, ATTR_DEFAULTVALUE, ATTR_KIND_NUM };
+const char* const ATTRIBUTE_NAMES[] = {"name", "version", "value", "type", "size", "count",
+                                       "refer", "customattr2", "primarykey", "splittablekey",
+                                       "column", "desc", "defaultvalue"};
+
+constexpr unsigned Bit(AttributeKind kind) { return 1u << kind; }
+
+// Attributes an element reads or accepts without a word; any other attribute gets a warning.
+unsigned AcceptedAttributes(ElementKind element) {
+  switch (element) {
+    case ELEMENT_METALIB:
+      return Bit(ATTR_NAME) | Bit(ATTR_VERSION) | Bit(ATTR_DESC);
+    case ELEMENT_MACRO:
+      return Bit(ATTR_NAME) | Bit(ATTR_VALUE) | Bit(ATTR_DESC);
+    case ELEMENT_STRUCT:
+      return Bit(ATTR_NAME) | Bit(ATTR_VERSION) | Bit(ATTR_PRIMARYKEY) | Bit(ATTR_SPLITTABLEKEY) |
+             Bit(ATTR_CUSTOMATTR2) | Bit(ATTR_DESC);
+    case ELEMENT_UNION:
+      return Bit(ATTR_NAME) | Bit(ATTR_VERSION) | Bit(ATTR_DESC);
+    case ELEMENT_ENTRY:
+      // An entry's version and default value mean nothing to the table store.
+      return Bit(ATTR_NAME) | Bit(ATTR_TYPE) | Bit(ATTR_SIZE) | Bit(ATTR_COUNT) | Bit(ATTR_REFER) |
+             Bit(ATTR_CUSTOMATTR2) | Bit(ATTR_DESC) | Bit(ATTR_DEFAULTVALUE) | Bit(ATTR_VERSION);
+    case ELEMENT_INDEX:
+      return Bit(ATTR_NAME) | Bit(ATTR_COLUMN) | Bit(ATTR_DESC);
+    case ELEMENT_OTHER:
+      break;
+  }
+  return 0;
+}
+
+ElementKind KindOfElement(const char* name) {
+  for (int kind = ELEMENT_METALIB; kind < ELEMENT_OTHER; ++kind) {
+    if (std::strcmp(name, ELEMENT_NAMES[kind]) == 0) return static_cast<ElementKind>(kind);
+  }
+  return ELEMENT_OTHER;
+}
+
+int KindOfAttribute(const char* name) {
+  for (int kind = 0; kind < ATTR_KIND_NUM; ++kind) {
+    if (std::strcmp(name, ATTRIBUTE_NAMES[kind]) == 0) return kind;
+  }
+  return -1;
+}
+
+// The attributes of one element, by kind; an absent one is an empty handle.
+struct Attributes {
+  pugi::xml_attribute of[ATTR_KIND_NUM];
+  const pugi::xml_attribute& operator[](AttributeKind kind) const { return of[kind]; }
+};
+
+// A struct or union already seen; its size is known once it is complete.
+struct KnownMeta {
+  bool is_union = false;
+  bool complete = false;
+  int64_t size = 0;
+  size_t offset = 0;  // where its element starts in the text
+};
+
+struct KnownEntry {
+  size_t index = 0;
+  int type = 0;
+  int64_t count = 0;
+  size_t offset = 0;
+};
+
+struct PendingIndex {
+  size_t index = 0;
+  pugi::xml_attribute column;
+};
+
+// The struct or union being read.
+struct MetaState {
+  const char* kind = "struct";
+  std::string_view name;
+  ZemMetaDef* def = nullptr;
+  std::unordered_map<std::string_view, KnownEntry> entries;
+  std::unordered_map<std::string_view, size_t> index_offsets;
+  std::vector<PendingIndex> indexes;
+  int64_t size = 0;
+};
+
+// Walks the parsed document and fills the metalib description, in document order. Every Fail
+// records the load error and returns false, so the walk stops at the first error.
+class SchemaReader {
+ public:
+  SchemaReader(const std::string& file, const ZemXmlText& text, ZemLoadResult* result)
+      : m_file(file), m_text(text), m_result(result) {}
+
+  bool Read(const pugi::xml_document& document, const char* data) {
+    m_data = data;
+    pugi::xml_node root;
+    for (pugi::xml_node node = document.first_child(); node; node = node.next_sibling()) {
+      if (node.type() != pugi::node_element) continue;
+      if (root) {
+        return Fail(node, "a second root element <" + std::string(node.name()) +
+                              ">; the file must hold exactly one <metalib>");
+      }
+      root = node;
+    }
+    if (!root) return FailAt(0, 0, "no root element; the file must hold one <metalib>");
+    if (std::strcmp(root.name(), "metalib") != 0) {
+      return Fail(root, "the root element is <" + std::string(root.name()) +
+                            ">, not <metalib>");
+    }
+    return ReadMetaLib(root);
+  }
+
+  ZemMetaLibDef& def() { return m_def; }
+
+ private:
+  size_t OffsetOf(const char* text) const {
+    const uintptr_t at = reinterpret_cast<uintptr_t>(text);
+    const uintptr_t begin = reinterpret_cast<uintptr_t>(m_data);
+    return at >= begin ? static_cast<size_t>(at - begin) : 0;
+  }
+  // An element starts at its '<', just before its name.
+  size_t OffsetOf(const pugi::xml_node& node) const {
+    const size_t name = OffsetOf(node.name());
+    return name > 0 ? name - 1 : 0;
+  }
+  int LineOf(size_t offset) const { return m_text.PositionOf(offset).line; }
+
+  ZemLoadMessage MessageAt(size_t offset, std::string text) const {
+    const ZemTextPosition position = m_text.PositionOf(offset);
+    return ZemLoadMessage{m_file, position.line, position.column, std::move(text)};
+  }
+  bool FailAt(int line, int column, std::string text) {
+    m_result->error = ZemLoadMessage{m_file, line, column, std::move(text)};
+    return false;
+  }
+  bool Fail(const pugi::xml_node& node, std::string text) {
+    m_result->error = MessageAt(OffsetOf(node), std::move(text));
+    return false;
+  }
+  bool Fail(const pugi::xml_attribute& attribute, std::string text) {
+    m_result->error = MessageAt(OffsetOf(attribute.name()), std::move(text));
+    return false;
+  }
+  void Warn(size_t offset, std::string text) {
+    m_result->warnings.push_back(MessageAt(offset, std::move(text)));
+  }
+
+  // Collects the attributes of an element. Unknown ones and known ones that do not apply here get
+  // a warning; a known attribute written twice is malformed XML.
+  bool CollectAttributes(const pugi::xml_node& node, ElementKind element, Attributes* attributes) {
+    const unsigned accepted = AcceptedAttributes(element);
+    const std::string where = "<" + std::string(node.name()) + ">";
+    for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+         attribute = attribute.next_attribute()) {
+      const int kind = KindOfAttribute(attribute.name());
+      if (kind < 0) {
+        Warn(OffsetOf(attribute.name()),
+             "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
+                 " is ignored");
+        continue;
+      }
+      if ((accepted & (1u << kind)) == 0) {
+        Warn(OffsetOf(attribute.name()),
+             "attribute '" + std::string(attribute.name()) + "' does not apply to " + where +
+                 " and is ignored");
+        continue;
+      }
+      if (attributes->of[kind]) {
+        return Fail(attribute, "malformed XML: attribute '" + std::string(attribute.name()) +
+                                   "' appears twice in " + where);
+      }
+      attributes->of[kind] = attribute;
+    }
+    return true;
+  }
+
+  void WarnUnexpectedElement(const pugi::xml_node& node, const pugi::xml_node& parent) {
+    const std::string name = node.name();
+    const std::string where = "<" + std::string(parent.name()) + ">";
+    if (KindOfElement(node.name()) == ELEMENT_OTHER) {
+      Warn(OffsetOf(node), "unknown element <" + name + "> in " + where + " is ignored");
+    } else {
+      Warn(OffsetOf(node), "element <" + name + "> does not belong in " + where +
+                               " and is ignored");
+    }
+  }
+
+  // Elements that hold no elements of their own: anything inside them is out of place.
+  void WarnChildElements(const pugi::xml_node& node) {
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+      if (child.type() == pugi::node_element) WarnUnexpectedElement(child, node);
+    }
+  }
+
+  // An int-valued attribute (a version): a whole decimal number within the int range.
+  bool ReadVersion(const pugi::xml_attribute& attribute, const std::string& owner, int* version) {
+    if (!attribute) return true;
+    int64_t value = 0;
+    switch (ParseInt(attribute.value(), &value)) {
+      case NUMBER_OK:
+        *version = static_cast<int>(value);
+        return true;
+      case NUMBER_OUT_OF_RANGE:
+        return Fail(attribute, owner + ": version " + Quote(attribute.value()) +
+                                   " is outside the int range");
+      case NUMBER_NONE:
+        break;
+    }
+    return Fail(attribute,
+                owner + ": version " + Quote(attribute.value()) + " is not a decimal integer");
+  }
+
+  // A count or size: a whole decimal number or the name of a macro defined before it. *value
+  // keeps its sign; a number beyond the int range is an error here.
+  bool ReadNumberOrMacro(const pugi::xml_attribute& attribute, const std::string& owner,
+                         bool* is_macro, int64_t* value) {
+    const std::string what = std::string(attribute.name()) + " " + Quote(attribute.value());
+    *is_macro = false;
+    switch (ParseInt(attribute.value(), value)) {
+      case NUMBER_OK:
+        return true;
+      case NUMBER_OUT_OF_RANGE:
+        if (*value < 0) return true;
+        return Fail(attribute, owner + ": " + what + " is larger than 2147483647");
+      case NUMBER_NONE:
+        break;
+    }
+    const auto macro = m_macros.find(attribute.value());
+    if (macro == m_macros.end()) {
+      return Fail(attribute, owner + ": " + what + " is neither a number nor a defined macro");
+    }
+    *is_macro = true;
+    *value = macro->second;
+    return true;
+  }
+
+  bool ReadMetaLib(const pugi::xml_node& node) {
+    Attributes attributes;
+    if (!CollectAttributes(node, ELEMENT_METALIB, &attributes)) return false;
+    if (!attributes[ATTR_NAME]) return Fail(node, "metalib has no 'name' attribute");
+    m_def.name = attributes[ATTR_NAME].value();
+    if (!ReadVersion(attributes[ATTR_VERSION], "metalib " + Quote(m_def.name), &m_def.version)) {
+      return false;
+    }
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+      if (child.type() != pugi::node_element) continue;
+      bool ok = true;
+      switch (KindOfElement(child.name())) {
+        case ELEMENT_MACRO:
+          ok = ReadMacro(child);
+          break;
+        case ELEMENT_STRUCT:
+          ok = ReadMeta(child, false);
+          break;
+        case ELEMENT_UNION:
+          ok = ReadMeta(child, true);
+          break;
+        default:
+          WarnUnexpectedElement(child, node);
+          break;
+      }
+      if (!ok) return false;
+    }
+    return true;
+  }
+
+  bool ReadMacro(const pugi::xml_node& node) {
+    Attributes attributes;
+    if (!CollectAttributes(node, ELEMENT_MACRO, &attributes)) return false;
+    WarnChildElements(node);
+    if (!attributes[ATTR_NAME]) return Fail(node, "macro has no 'name' attribute");
+    const std::string_view name = attributes[ATTR_NAME].value();
+    const std::string owner = "macro " + Quote(name);
+    const pugi::xml_attribute& value_attribute = attributes[ATTR_VALUE];
+    if (!value_attribute) return Fail(node, owner + " has no 'value' attribute");
+    int64_t value = 0;
+    switch (ParseInt(value_attribute.value(), &value)) {
+      case NUMBER_OK:
+        break;
+      case NUMBER_OUT_OF_RANGE:
+        return Fail(value_attribute, owner + ": value " + Quote(value_attribute.value()) +
+                                         " is outside the int range");
+      case NUMBER_NONE:
+        return Fail(value_attribute, owner + ": value " + Quote(value_attribute.value()) +
+                                         " is not a decimal integer");
+    }
+    const auto inserted = m_macros.emplace(name, static_cast<int>(value));
+    if (!inserted.second) {
+      Warn(OffsetOf(node), owner + " is defined again; its value changes from " +
+                               std::to_string(inserted.first->second) + " to " +
+                               std::to_string(value));
+      inserted.first->second = static_cast<int>(value);
+    }
+    // The model keeps the last value of a repeated name.
+    m_def.macros.emplace_back(std::string(name), static_cast<int>(value));
+    return true;
+  }
+
+  bool ReadMeta(const pugi::xml_node& node, bool is_union) {
+    Attributes attributes;
+    if (!CollectAttributes(node, is_union ? ELEMENT_UNION : ELEMENT_STRUCT, &attributes)) {
+      return false;
+    }
+    MetaState meta;
+    meta.kind = is_union ? "union" : "struct";
+    const pugi::xml_attribute& name_attribute = attributes[ATTR_NAME];
+    if (!name_attribute) return Fail(node, std::string(meta.kind) + " has no 'name' attribute");
+    meta.name = name_attribute.value();
+    if (meta.name.size() > MAX_NAME_BYTES) {
+      return Fail(name_attribute, std::string(meta.kind) + " name of " +
+                                      std::to_string(meta.name.size()) +
+                                      " bytes is too long; a name has at most 127 bytes");
+    }
+    const std::string owner = std::string(meta.kind) + " " + Quote(meta.name);
+    KnownMeta known;
+    known.is_union = is_union;
+    known.offset = OffsetOf(node);
+    const auto inserted = m_metas.emplace(meta.name, known);
+    if (!inserted.second) {
+      return Fail(node, owner + ": the name is already used by the " +
+                            (inserted.first->second.is_union ? "union" : "struct") + " at line " +
+                            std::to_string(LineOf(inserted.first->second.offset)));
+    }
+
+    m_def.metas.emplace_back();
+    meta.def = &m_def.metas.back();
+    meta.def->name = std::string(meta.name);
+    meta.def->is_union = is_union;
+    if (!ReadVersion(attributes[ATTR_VERSION], owner, &meta.def->version)) return false;
+    if (attributes[ATTR_CUSTOMATTR2]) {
+      meta.def->customattr2 = std::string(attributes[ATTR_CUSTOMATTR2].value());
+    }
+
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+      if (child.type() != pugi::node_element) continue;
+      const ElementKind kind = KindOfElement(child.name());
+      if (kind == ELEMENT_ENTRY) {
+        if (!ReadEntry(child, &meta)) return false;
+      } else if (kind == ELEMENT_INDEX && !is_union) {
+        if (!ReadIndex(child, &meta)) return false;
+      } else {
+        WarnUnexpectedElement(child, node);
+      }
+    }
+    if (meta.size > MAX_SIZE_BYTES) {
+      return Fail(node, owner + ": " + std::to_string(meta.size) +
+                            " bytes exceed the limit of 2147483647 bytes");
+    }
+    if (!ReadPrimaryKey(attributes[ATTR_PRIMARYKEY], &meta)) return false;
+    if (!ReadSplitTableKey(attributes[ATTR_SPLITTABLEKEY], &meta)) return false;
+    if (!ResolveIndexColumns(&meta)) return false;
+
+    KnownMeta& done = m_metas[meta.name];
+    done.complete = true;
+    done.size = meta.size;
+    ZemMetaInfo info;
+    info.name = meta.def->name;
+    info.line = LineOf(OffsetOf(node));
+    info.is_union = is_union;
+    info.has_primary_key = !meta.def->primary_key.empty();
+    m_result->metas.push_back(std::move(info));
+    return true;
+  }
+
+  // The entry's type: a base type (letter case ignored) or a struct or union defined earlier.
+  bool ReadEntryType(const pugi::xml_attribute& attribute, const std::string& owner,
+                     const MetaState& meta, ZemEntryDef* entry, const KnownMeta** type_meta) {
+    const std::string_view type = attribute.value();
+    const BaseType* base = FindBaseType(type);
+    if (base != nullptr) {
+      entry->type = base->code;
+      return true;
+    }
+    const auto found = m_metas.find(type);
+    if (found == m_metas.end()) {
+      return Fail(attribute, owner + ": type " + Quote(type) +
+                                 " is neither a base type nor a struct or union defined earlier");
+    }
+    if (!found->second.complete) {
+      return Fail(attribute, owner + ": type " + Quote(type) + " is the " + meta.kind +
+                                 " being defined; a " + meta.kind + " cannot contain itself");
+    }
+    entry->type = found->second.is_union ? ZEM_TYPE_UNION : ZEM_TYPE_STRUCT;
+    entry->type_meta = std::string(type);
+    *type_meta = &found->second;
+    return true;
+  }
+
+  // A string's or wstring's declared size; 0 when none is given (or the type takes no size).
+  bool ReadEntrySize(const pugi::xml_attribute& attribute, const std::string& owner, int type,
+                     bool is_meta_type, int64_t* declared) {
+    *declared = 0;
+    // A struct or union has the size of its entries whatever the entry says.
+    if (!attribute || is_meta_type) return true;
+    if (type != ZEM_TYPE_STRING && type != ZEM_TYPE_WSTRING) {
+      return Fail(attribute, owner + ": size applies only to string and wstring, not to type '" +
+                                 BaseTypeName(type) + "'");
+    }
+    bool is_macro = false;
+    if (!ReadNumberOrMacro(attribute, owner, &is_macro, declared)) return false;
+    if (*declared > 0) return true;
+    const std::string what = "size " + Quote(attribute.value());
+    return Fail(attribute, owner + ": " + what +
+                               (is_macro ? " stands for " + std::to_string(*declared) + ", which"
+                                         : std::string()) +
+                               " is not positive");
+  }
+
+  bool ReadEntryCount(const pugi::xml_attribute& attribute, const std::string& owner,
+                      int64_t* count) {
+    *count = 1;
+    if (!attribute) return true;
+    bool is_macro = false;
+    if (!ReadNumberOrMacro(attribute, owner, &is_macro, count)) return false;
+    if (*count >= 0) return true;
+    const std::string what = "count " + Quote(attribute.value());
+    return Fail(attribute, owner + ": " + what +
+                               (is_macro ? " stands for " + std::to_string(*count) + ", which"
+                                         : std::string()) +
+                               " is negative");
+  }
+
+  // The refer: an earlier entry of the same struct holding a single integer of at most 32 bits.
+  bool ReadEntryRefer(const pugi::xml_attribute& attribute, const std::string& owner,
+                      const MetaState& meta, size_t entry_index, ZemEntryDef* entry) {
+    if (!attribute) return true;
+    const std::string_view refer = attribute.value();
+    const std::string what = "refer " + Quote(refer);
+    if (refer.empty()) return Fail(attribute, owner + ": refer is empty");
+    const auto found = meta.entries.find(refer);
+    if (found == meta.entries.end() || found->second.index >= entry_index) {
+      return Fail(attribute, owner + ": " + what + " names no earlier entry of " + meta.kind +
+                                 " " + Quote(meta.name));
+    }
+    const KnownEntry& target = found->second;
+    if (target.type < ZEM_TYPE_INT8 || target.type > ZEM_TYPE_UINT32) {
+      const std::string type_name = target.type <= ZEM_TYPE_STRUCT
+                                        ? meta.def->entries[target.index].type_meta
+                                        : BaseTypeName(target.type);
+      return Fail(attribute, owner + ": " + what + " has type " + Quote(type_name) +
+                                 "; a refer must be an integer of at most 32 bits (int8, uint8,"
+                                 " byte, int16, uint16, int32 or uint32)");
+    }
+    if (target.count != 1) {
+      return Fail(attribute, owner + ": " + what + " has count " + std::to_string(target.count) +
+                                 "; a refer must have count 1");
+    }
+    entry->refer = std::string(refer);
+    return true;
+  }
+
+  bool ReadEntry(const pugi::xml_node& node, MetaState* meta) {
+    Attributes attributes;
+    if (!CollectAttributes(node, ELEMENT_ENTRY, &attributes)) return false;
+    WarnChildElements(node);
+    const std::string where = std::string(meta->kind) + " " + Quote(meta->name);
+    const pugi::xml_attribute& name_attribute = attributes[ATTR_NAME];
+    if (!name_attribute) return Fail(node, "entry of " + where + " has no 'name' attribute");
+    const std::string_view name = name_attribute.value();
+    if (name.size() > MAX_NAME_BYTES) {
+      return Fail(name_attribute, "entry name of " + std::to_string(name.size()) +
+                                      " bytes in " + where +
+                                      " is too long; a name has at most 127 bytes");
+    }
+    const std::string owner = "entry " + Quote(name);
+    const size_t entry_index = meta->def->entries.size();
+    KnownEntry known;
+    known.index = entry_index;
+    known.offset = OffsetOf(node);
+    const auto inserted = meta->entries.emplace(name, known);
+    if (!inserted.second) {
+      return Fail(node, owner + " is defined twice in " + where + " (first at line " +
+                            std::to_string(LineOf(inserted.first->second.offset)) + ")");
+    }
+
+    ZemEntryDef entry;
+    entry.name = std::string(name);
+    const pugi::xml_attribute& type_attribute = attributes[ATTR_TYPE];
+    if (!type_attribute) return Fail(node, owner + " has no 'type' attribute");
+    const KnownMeta* type_meta = nullptr;
+    if (!ReadEntryType(type_attribute, owner, *meta, &entry, &type_meta)) return false;
+    int64_t declared_size = 0;
+    if (!ReadEntrySize(attributes[ATTR_SIZE], owner, entry.type, type_meta != nullptr,
+                       &declared_size)) {
+      return false;
+    }
+    int64_t count = 1;
+    if (!ReadEntryCount(attributes[ATTR_COUNT], owner, &count)) return false;
+    if (!ReadEntryRefer(attributes[ATTR_REFER], owner, *meta, entry_index, &entry)) return false;
+    if (count == 0 && entry.refer.empty()) {
+      return Fail(attributes[ATTR_COUNT],
+                  owner + ": count 0 makes a variable array, which needs a refer");
+    }
+    const pugi::xml_attribute& attr_attribute = attributes[ATTR_CUSTOMATTR2];
+    if (attr_attribute) {
+      const size_t length = std::strlen(attr_attribute.value());
+      if (length > MAX_ENTRY_CUSTOMATTR2_BYTES) {
+        return Fail(attr_attribute, owner + ": customattr2 of " + std::to_string(length) +
+                                        " bytes is too long; it has at most 2047 bytes");
+      }
+      entry.customattr2 = std::string(attr_attribute.value(), length);
+    }
+
+    // Sizes are computed in 64 bits: a unit of at most 2^32 bytes times a count of at most 2^31
+    // cannot overflow, and no sum of entries can either.
+    const int64_t unit = type_meta != nullptr
+                             ? type_meta->size
+                             : ZemBaseTypeUnitSize(entry.type, static_cast<uint32_t>(declared_size));
+    const int64_t bytes = unit * std::max<int64_t>(count, 1);
+    if (bytes > MAX_SIZE_BYTES) {
+      return Fail(node, owner + ": " + std::to_string(bytes) + " bytes (" +
+                            std::to_string(unit) + " x " + std::to_string(count) +
+                            ") exceed the limit of 2147483647 bytes");
+    }
+    meta->size = meta->def->is_union ? std::max(meta->size, bytes) : meta->size + bytes;
+    entry.count = static_cast<int>(count);
+    entry.unit_size = static_cast<uint32_t>(unit);
+    inserted.first->second.type = entry.type;
+    inserted.first->second.count = count;
+    meta->def->entries.push_back(std::move(entry));
+    return true;
+  }
+
+  bool ReadIndex(const pugi::xml_node& node, MetaState* meta) {
+    Attributes attributes;
+    if (!CollectAttributes(node, ELEMENT_INDEX, &attributes)) return false;
+    WarnChildElements(node);
+    const std::string where = std::string(meta->kind) + " " + Quote(meta->name);
+    if (!attributes[ATTR_NAME]) return Fail(node, "index of " + where + " has no 'name' attribute");
+    const std::string_view name = attributes[ATTR_NAME].value();
+    const auto inserted = meta->index_offsets.emplace(name, OffsetOf(node));
+    if (!inserted.second) {
+      return Fail(node, "index " + Quote(name) + " is defined twice in " + where +
+                            " (first at line " + std::to_string(LineOf(inserted.first->second)) +
+                            ")");
+    }
+    meta->def->indexes.emplace_back();
+    meta->def->indexes.back().name = std::string(name);
+    meta->indexes.push_back(PendingIndex{meta->def->indexes.size() - 1, attributes[ATTR_COLUMN]});
+    return true;
+  }
+
+  // Resolves a list of entry names of a struct; each must name one of its entries.
+  bool ResolveNames(const pugi::xml_attribute& attribute, const std::string& what,
+                    const MetaState& meta, std::vector<std::string_view>* pieces) {
+    *pieces = SplitNames(attribute.value());
+    for (const std::string_view piece : *pieces) {
+      if (meta.entries.find(piece) == meta.entries.end()) {
+        return Fail(attribute, what + " " + Quote(piece) + " names no entry of " + meta.kind +
+                                   " " + Quote(meta.name));
+      }
+    }
+    return true;
+  }
+
+  bool ReadPrimaryKey(const pugi::xml_attribute& attribute, MetaState* meta) {
+    if (!attribute) return true;
+    const std::string owner = std::string(meta->kind) + " " + Quote(meta->name);
+    std::vector<std::string_view> pieces;
+    if (!ResolveNames(attribute, owner + ": primarykey member", *meta, &pieces)) return false;
+    if (pieces.size() > MAX_KEY_MEMBERS) {
+      return Fail(attribute, owner + ": primarykey has " + std::to_string(pieces.size()) +
+                                 " members; at most 32767 fit");
+    }
+    for (const std::string_view piece : pieces) meta->def->primary_key.emplace_back(piece);
+    return true;
+  }
+
+  bool ReadSplitTableKey(const pugi::xml_attribute& attribute, MetaState* meta) {
+    if (!attribute) return true;
+    const std::string owner = std::string(meta->kind) + " " + Quote(meta->name);
+    std::vector<std::string_view> pieces;
+    if (!ResolveNames(attribute, owner + ": splittablekey member", *meta, &pieces)) return false;
+    if (!pieces.empty()) meta->def->split_table_key = JoinNames(pieces);
+    return true;
+  }
+
+  bool ResolveIndexColumns(MetaState* meta) {
+    for (const PendingIndex& pending : meta->indexes) {
+      if (!pending.column) continue;
+      ZemIndexDef& index = meta->def->indexes[pending.index];
+      std::vector<std::string_view> pieces;
+      if (!ResolveNames(pending.column, "index " + Quote(index.name) + ": column", *meta,
+                        &pieces)) {
+        return false;
+      }
+      if (pieces.size() > static_cast<size_t>(INT32_MAX)) {
+        return Fail(pending.column, "index " + Quote(index.name) + " has too many columns");
+      }
+      for (const std::string_view piece : pieces) index.columns.emplace_back(piece);
+    }
+    return true;
+  }
+
+  const std::string& m_file;
+  const ZemXmlText& m_text;
+  ZemLoadResult* m_result;
+  const char* m_data = nullptr;
+  ZemMetaLibDef m_def;
+  std::unordered_map<std::string_view, int> m_macros;
+  std::unordered_map<std::string_view, KnownMeta> m_metas;
+};
+
+}  // namespace
+
+bool ZemReadSchemaDocument(const pugi::xml_document& document, const ZemXmlText& text,
+                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def) {
+  SchemaReader reader(file, text, result);
+  if (!reader.Read(document, text.data())) return false;
+  *def = std::move(reader.def());
+  return true;
+}

@@ -1,0 +1,21 @@
+// Reads a parsed schema document into a metalib description: the walk over metalib, macro,
+// struct, union, entry and index elements, with every rule that decides whether a file loads.
+#ifndef VELMORA_SCHEMA_ZEM_XML_READER_H_
+#define VELMORA_SCHEMA_ZEM_XML_READER_H_
+
+#include <string>
+
+#include "schema/zem_builder.h"
+#include "schema/zem_xml_loader.h"
+#include "schema/zem_xml_text.h"
+
+namespace pugi {
+class xml_document;
+}
+
+// Reads a document parsed in place in text. Fills *def, result->metas and result->warnings in
+// document order; at the first load error sets result->error and returns false.
+bool ZemReadSchemaDocument(const pugi::xml_document& document, const ZemXmlText& text,
+                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def);
+
+#endif  // VELMORA_SCHEMA_ZEM_XML_READER_H_
