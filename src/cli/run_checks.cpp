@@ -1,1 +1,191 @@
-// PLACEHOLDER
+#include "cli/run_checks.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "common/check_table.h"
+
+namespace {
+
+// The data protocol out-parameter: room for the longest protocol name and then some.
+constexpr size_t kDataProtocolSize = 16;
+
+// A log category that keeps every line a check writes, at every priority.
+class CheckLog {
+ public:
+  CheckLog() : category_(WlogCategoryFor(&sink_)) {}
+  CheckLog(const CheckLog&) = delete;
+  CheckLog& operator=(const CheckLog&) = delete;
+
+  LPWLOGCATEGORYINST handle() { return &category_; }
+  std::vector<WlogRecord> TakeLines() { return sink_.records(); }
+
+ private:
+  WlogMemorySink sink_;
+  tagWLogCategoryInst category_;
+};
+
+CheckRun RunTableTypeCheck(LPZEMMETALIB metalib, const std::string& table,
+                           const CheckOptions& options) {
+  CheckRun run;
+  run.check = CheckKind::kTableType;
+  CheckLog log;
+  CheckTable checker(options.server_version);
+  char data_protocol[kDataProtocolSize] = {};
+  run.result = checker.CheckTableTypeByCustomAttr(
+      metalib, table.c_str(), run.table_type, run.list_num, run.sort_field_num, run.sort_rule,
+      data_protocol, options.require_data_protocol, log.handle());
+  run.message = checker.GetErrType();
+  run.data_protocol.assign(data_protocol,
+                           std::find(data_protocol, data_protocol + kDataProtocolSize, '\0'));
+  run.log = log.TakeLines();
+  // A table without attributes is an old-style definition, which the store still accepts.
+  run.passed = run.result == CHECK_TABLE_SUCCESS || run.result == ERROR_OLD_TABLE_DEFINE;
+  return run;
+}
+
+// The kind the table-creation service would pass: the user's, or list for a table whose
+// attributes make it a list or sorted list table.
+int TableKindFor(const CheckRun& table_type_run, const CheckOptions& options) {
+  if (options.kind) return *options.kind;
+  const bool is_list = table_type_run.result == CHECK_TABLE_SUCCESS &&
+                       (table_type_run.table_type == 1 || table_type_run.table_type == 2);
+  return is_list ? 1 : 0;
+}
+
+CheckRun RunTableCheck(LPZEMMETALIB metalib, const std::string& table, int kind,
+                       const CheckOptions& options) {
+  CheckRun run;
+  run.check = CheckKind::kTable;
+  run.kind = kind;
+  CheckLog log;
+  CheckTable checker;
+  run.result =
+      checker.VelmoraCheckTable(metalib, table.c_str(), kind, log.handle(), options.server_version,
+                                options.proxy_version, options.rest_proxy_version);
+  run.message = checker.GetErrType();
+  run.log = log.TakeLines();
+  run.passed = run.result == CHECK_TABLE_SUCCESS;
+  return run;
+}
+
+// The refer check: on the whole table, or, when the old schema had this table, only on what the
+// change adds, so that arrays already in use are not judged again.
+CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta) {
+  CheckRun run;
+  CheckLog log;
+  CheckTable checker;
+  if (old_meta != nullptr) {
+    run.check = CheckKind::kNewCountRefer;
+    run.result =
+        checker.CheckWhetherNewEntryCountWithRefer(old_meta, meta, run.report, log.handle());
+  } else {
+    run.check = CheckKind::kCountRefer;
+    run.result = checker.CheckWhetherCountWithRefer(meta, run.report, log.handle());
+  }
+  run.message = checker.GetErrType();
+  run.log = log.TakeLines();
+  run.passed = run.result == CHECK_TABLE_SUCCESS;
+  return run;
+}
+
+std::optional<int> TableLine(const ZemLoadResult& schema, const std::string& table) {
+  for (const ZemMetaInfo& meta : schema.metas) {
+    if (meta.name == table) return meta.line;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> TablesToCheck(const ZemLoadResult& schema, const CheckOptions& options) {
+  if (!options.tables.empty()) return options.tables;
+  std::vector<std::string> tables;
+  for (const ZemMetaInfo& meta : schema.metas) {
+    if (!meta.is_union && meta.has_primary_key) tables.push_back(meta.name);
+  }
+  return tables;
+}
+
+TableRun CheckOneTable(const ZemLoadResult& schema, LPZEMMETALIB old_metalib,
+                       const std::string& table, const CheckOptions& options) {
+  LPZEMMETALIB metalib = schema.metalib.get();
+  TableRun run;
+  run.table = table;
+  run.line = TableLine(schema, table);
+
+  CheckRun table_type_run = RunTableTypeCheck(metalib, table, options);
+  const int kind = TableKindFor(table_type_run, options);
+  run.checks.push_back(std::move(table_type_run));
+  run.checks.push_back(RunTableCheck(metalib, table, kind, options));
+
+  LPZEMMETA meta = zem_get_meta_by_name(metalib, table.c_str());
+  if (meta != nullptr) {
+    LPZEMMETA old_meta =
+        old_metalib != nullptr ? zem_get_meta_by_name(old_metalib, table.c_str()) : nullptr;
+    run.checks.push_back(RunCountReferCheck(meta, old_meta));
+  }
+
+  run.ok = true;
+  for (const CheckRun& check : run.checks) run.ok = run.ok && check.passed;
+  return run;
+}
+
+void AppendWarnings(const ZemLoadResult& loaded, std::vector<ZemLoadMessage>& warnings) {
+  warnings.insert(warnings.end(), loaded.warnings.begin(), loaded.warnings.end());
+}
+
+void SetLoadError(const std::string& path, const ZemLoadResult& loaded, SchemaRun& run) {
+  run.error_schema = path;
+  run.error = loaded.error;
+  if (run.error.file.empty()) run.error.file = path;
+  if (run.error.text.empty()) run.error.text = "the schema could not be loaded";
+}
+
+}  // namespace
+
+const char* CheckName(CheckKind check) {
+  switch (check) {
+    case CheckKind::kTableType:
+      return "CheckTableTypeByCustomAttr";
+    case CheckKind::kTable:
+      return "VelmoraCheckTable";
+    case CheckKind::kCountRefer:
+      return "CheckWhetherCountWithRefer";
+    case CheckKind::kNewCountRefer:
+      return "CheckWhetherNewEntryCountWithRefer";
+  }
+  return "";
+}
+
+SchemaRun RunChecks(const CheckOptions& options) {
+  SchemaRun run;
+  ZemLoadResult schema = ZemLoadXmlFile(options.schema_path);
+  AppendWarnings(schema, run.warnings);
+  if (!schema.ok || !schema.metalib) {
+    SetLoadError(options.schema_path, schema, run);
+    return run;
+  }
+
+  ZemLoadResult old_schema;
+  if (options.old_schema_path) {
+    old_schema = ZemLoadXmlFile(*options.old_schema_path);
+    AppendWarnings(old_schema, run.warnings);
+    if (!old_schema.ok || !old_schema.metalib) {
+      SetLoadError(*options.old_schema_path, old_schema, run);
+      return run;
+    }
+  }
+
+  run.loaded = true;
+  for (const std::string& table : TablesToCheck(schema, options)) {
+    run.tables.push_back(CheckOneTable(schema, old_schema.metalib.get(), table, options));
+  }
+  return run;
+}
+
+int ExitStatusFor(const SchemaRun& run) {
+  if (!run.loaded) return 2;
+  for (const TableRun& table : run.tables) {
+    if (!table.ok) return 1;
+  }
+  return 0;
+}

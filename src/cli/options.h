@@ -1,0 +1,41 @@
+// The command line of velmora-check-table.
+#ifndef VELMORA_CLI_OPTIONS_H_
+#define VELMORA_CLI_OPTIONS_H_
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+enum class ReportFormat { kText, kJson };
+
+// What the user asked for.
+struct CheckOptions {
+  std::string schema_path;
+  std::vector<std::string> tables;  // empty: every struct with a primary key, in file order
+  std::optional<int> kind;          // unset: derived from each table's attributes
+  std::string server_version;
+  std::string proxy_version;
+  std::string rest_proxy_version = "none";
+  bool require_data_protocol = false;
+  std::optional<std::string> old_schema_path;
+  ReportFormat format = ReportFormat::kText;
+};
+
+// The outcome of reading the command line: either options to run with, or an exit status after
+// the help (0) or a usage message (2) has been printed.
+struct ParsedCommandLine {
+  bool run = false;
+  int exit_status = 0;
+  CheckOptions options;
+};
+
+// Reads the arguments. Help goes to out, usage messages to err.
+ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostream& out,
+                                   std::ostream& err);
+
+// A --kind value: "generic" is 0, "list" is 1, a decimal integer within the int range is itself.
+// Anything else has no value.
+std::optional<int> ParseTableKind(const std::string& text);
+
+#endif  // VELMORA_CLI_OPTIONS_H_

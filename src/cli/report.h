@@ -1,0 +1,27 @@
+// The reports of velmora-check-table: text for a person (compiler-style lines that editors and CI
+// understand) and JSON for programs.
+#ifndef VELMORA_CLI_REPORT_H_
+#define VELMORA_CLI_REPORT_H_
+
+#include <ostream>
+#include <string>
+
+#include "cli/options.h"
+#include "cli/run_checks.h"
+
+// What a passing table is, in a few words: "generic", "list of 500", "sorted list of 100 by 2
+// fields, DESC", or "generic, old-style definition" for a table without attributes.
+std::string DescribeTableKind(const CheckRun& table_type_run);
+
+// The text report: loader warnings and a load error on err, the table lines and the summary on out.
+void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
+                     std::ostream& err);
+
+// The JSON report on out, always valid UTF-8; also for a load error.
+void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out);
+
+// Writes the report in the chosen format and returns the command's exit status.
+int WriteReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
+                std::ostream& err);
+
+#endif  // VELMORA_CLI_REPORT_H_

@@ -1,0 +1,64 @@
+// Running the table checks of velmora-check-table: load the schema (and the old one), pick the
+// tables, run the three checks on each and keep everything a report needs as plain values.
+#ifndef VELMORA_CLI_RUN_CHECKS_H_
+#define VELMORA_CLI_RUN_CHECKS_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/options.h"
+#include "log/wlog_sinks.h"
+#include "schema/zem_xml_loader.h"
+
+enum class CheckKind {
+  kTableType,      // CheckTableTypeByCustomAttr
+  kTable,          // VelmoraCheckTable
+  kCountRefer,     // CheckWhetherCountWithRefer
+  kNewCountRefer,  // CheckWhetherNewEntryCountWithRefer
+};
+
+// One check on one table, with what it handed back.
+struct CheckRun {
+  CheckKind check = CheckKind::kTable;
+  int result = 0;
+  std::string message;  // GetErrType() right after the check
+  // CheckTableTypeByCustomAttr's out-parameters.
+  int table_type = 0;
+  int list_num = 0;
+  int sort_field_num = 0;
+  int sort_rule = 0;
+  std::string data_protocol;
+  int kind = 0;                 // the table kind given to VelmoraCheckTable
+  std::string report;           // strResult of a count/refer check
+  std::vector<WlogRecord> log;  // every line the check wrote, in order
+  bool passed = false;
+};
+
+struct TableRun {
+  std::string table;
+  std::optional<int> line;  // line of its struct or union element; none when the schema lacks it
+  bool ok = false;
+  std::vector<CheckRun> checks;
+};
+
+// Everything one run of the command found.
+struct SchemaRun {
+  bool loaded = false;
+  std::string error_schema;              // the schema file that could not be loaded
+  ZemLoadMessage error;                  // its load error, when not loaded
+  std::vector<ZemLoadMessage> warnings;  // of the schema, then of the old schema
+  std::vector<TableRun> tables;
+};
+
+// The name of a check as the checker calls it.
+const char* CheckName(CheckKind check);
+
+// Loads the schema and the old schema, then checks the tables. A load error stops before any
+// check and is returned in the result.
+SchemaRun RunChecks(const CheckOptions& options);
+
+// 0 when every table passed, 1 when one failed, 2 when a schema could not be loaded.
+int ExitStatusFor(const SchemaRun& run);
+
+#endif  // VELMORA_CLI_RUN_CHECKS_H_

@@ -1,0 +1,772 @@
+// velmora-check-table end to end: the built command runs on schema files, and its exit status,
+// standard output and standard error are what a table designer or a CI job sees.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using Json = nlohmann::json;
+using OrderedJson = nlohmann::ordered_json;
+
+struct CommandResult {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string ShellQuote(const std::string& text) {
+  std::string quoted = "'";
+  for (char c : text) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + "'";
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Runs the command with these arguments and collects what it printed and its exit status.
+CommandResult RunCheckTable(const std::vector<std::string>& args) {
+  char dir_template[] = "/tmp/velmora-cli-e2e-XXXXXX";
+  const char* dir = mkdtemp(dir_template);
+  CommandResult result;
+  if (dir == nullptr) {
+    ADD_FAILURE() << "cannot make a temporary directory";
+    return result;
+  }
+  const std::string out_path = std::string(dir) + "/out";
+  const std::string err_path = std::string(dir) + "/err";
+  std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN);
+  for (const std::string& arg : args) command += " " + ShellQuote(arg);
+  command += " </dev/null >" + ShellQuote(out_path) + " 2>" + ShellQuote(err_path);
+  const int raw_status = std::system(command.c_str());
+  if (raw_status != -1 && WIFEXITED(raw_status)) {
+    result.status = WEXITSTATUS(raw_status);
+  } else {
+    ADD_FAILURE() << "the command did not exit normally: " << command;
+  }
+  result.out = ReadFile(out_path);
+  result.err = ReadFile(err_path);
+  std::remove(out_path.c_str());
+  std::remove(err_path.c_str());
+  rmdir(dir);
+  return result;
+}
+
+std::string Fixture(const std::string& name) {
+  return std::string(VELMORA_FIXTURES_DIR) + "/cli/" + name;
+}
+
+std::string Example(const std::string& name) {
+  return std::string(VELMORA_EXAMPLES_DIR) + "/" + name;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  std::string line;
+  while (std::getline(in, line)) lines.push_back(line);
+  return lines;
+}
+
+std::vector<std::string> Keys(const OrderedJson& object) {
+  std::vector<std::string> keys;
+  for (auto it = object.begin(); it != object.end(); ++it) keys.push_back(it.key());
+  return keys;
+}
+
+// The JSON report of a run; fails the test when the output is not JSON.
+Json ParseReport(const CommandResult& result) {
+  Json report = Json::parse(result.out, nullptr, false);
+  EXPECT_FALSE(report.is_discarded()) << "not JSON:\n" << result.out;
+  return report;
+}
+
+// The table of this name in a JSON report.
+Json TableIn(const Json& report, const std::string& name) {
+  for (const Json& table : report.at("tables")) {
+    if (table.at("table") == name) return table;
+  }
+  ADD_FAILURE() << "no table " << name << " in the report";
+  return Json::object();
+}
+
+// True when the check's log holds a line of this priority, function and text.
+bool HasLogLine(const Json& check, int priority, const std::string& function,
+                const std::string& text) {
+  for (const Json& line : check.at("log")) {
+    if (line.at("priority") == priority && line.at("function") == function &&
+        line.at("text") == text) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// ---- Exit statuses and usage ---------------------------------------------------------------
+
+TEST(CheckTableCommand, ExitsZeroWhenEveryTablePasses) {
+  const CommandResult result = RunCheckTable({Fixture("tables.xml")});
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(CheckTableCommand, ExitsOneWhenATableFails) {
+  const CommandResult result = RunCheckTable({Fixture("failing.xml")});
+  EXPECT_EQ(result.status, 1) << result.out << result.err;
+}
+
+TEST(CheckTableCommand, HelpExitsZeroAndTeachesTheCommand) {
+  const CommandResult result = RunCheckTable({"--help"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  for (const char* text :
+       {"Usage: velmora-check-table", "-t,--table", "-k,--kind", "generic|list|INTEGER",
+        "--server-version", "--proxy-version", "--rest-proxy-version", "--require-data-protocol",
+        "--old", "-f,--format", "CheckTableTypeByCustomAttr", "VelmoraCheckTable",
+        "CheckWhetherCountWithRefer", "Exit status:", "0  every table passed",
+        "1  at least one table failed", "2  the options or a schema could not be used",
+        "Examples:", "velmora-check-table examples/game.xml"}) {
+    EXPECT_THAT(result.out, HasSubstr(text));
+  }
+}
+
+TEST(CheckTableCommand, RejectsAnUnknownOptionWithUsageOnStandardError) {
+  const CommandResult result = RunCheckTable({"--bogus", Fixture("tables.xml")});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, HasSubstr("--bogus"));
+  EXPECT_THAT(result.err, HasSubstr("--help"));
+}
+
+TEST(CheckTableCommand, RejectsAKindThatIsNeitherANameNorAnInteger) {
+  const CommandResult result = RunCheckTable({"--kind", "sorted", Fixture("tables.xml")});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, HasSubstr("sorted"));
+  EXPECT_EQ(RunCheckTable({"-k", "1x", Fixture("tables.xml")}).status, 2);
+  EXPECT_EQ(RunCheckTable({"-k", "99999999999", Fixture("tables.xml")}).status, 2);
+}
+
+TEST(CheckTableCommand, RequiresTheSchemaArgument) {
+  const CommandResult result = RunCheckTable({});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, HasSubstr("SCHEMA is required"));
+  EXPECT_EQ(RunCheckTable({"-t", "zeta"}).status, 2);
+}
+
+TEST(CheckTableCommand, RejectsAnUnknownFormatAndASecondSchema) {
+  EXPECT_EQ(RunCheckTable({"-f", "xml", Fixture("tables.xml")}).status, 2);
+  const CommandResult two = RunCheckTable({Fixture("tables.xml"), Fixture("failing.xml")});
+  EXPECT_EQ(two.status, 2);
+  EXPECT_EQ(two.out, "");
+}
+
+TEST(CheckTableCommand, ReportsAMissingFileAndChecksNothing) {
+  const std::string path = Fixture("nosuch.xml");
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 2);
+  EXPECT_EQ(text.out, "");
+  EXPECT_THAT(text.err, StartsWith(path + ":"));
+  EXPECT_THAT(text.err, HasSubstr(": error: "));
+
+  const CommandResult json = RunCheckTable({"--format", "json", path});
+  EXPECT_EQ(json.status, 2);
+  EXPECT_EQ(json.err, "");
+  const Json report = ParseReport(json);
+  EXPECT_EQ(report.at("format"), 1);
+  EXPECT_EQ(report.at("schema"), path);
+  EXPECT_TRUE(report.at("error").at("message").is_string());
+  EXPECT_NE(report.at("error").at("message"), "");
+  EXPECT_FALSE(report.contains("tables"));
+}
+
+TEST(CheckTableCommand, ReportsADirectoryAsALoadError) {
+  const std::string path = std::string(VELMORA_FIXTURES_DIR) + "/cli";
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, StartsWith(path + ":"));
+  EXPECT_THAT(result.err, HasSubstr(": error: "));
+}
+
+TEST(CheckTableCommand, ReportsAnEmptyFileAsALoadError) {
+  const std::string path = Fixture("empty.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, StartsWith(path + ":"));
+  EXPECT_THAT(result.err, HasSubstr(": error: "));
+  EXPECT_EQ(ParseReport(RunCheckTable({"-f", "json", path})).count("error"), 1u);
+}
+
+// ---- Load errors and warnings --------------------------------------------------------------
+
+TEST(CheckTableCommand, ReportsMalformedXmlInCompilerStyle) {
+  const std::string path = Fixture("bad_xml.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  const std::vector<std::string> lines = Lines(result.err);
+  ASSERT_EQ(lines.size(), 1u) << result.err;
+  EXPECT_THAT(lines[0], StartsWith(path + ":5:"));
+  EXPECT_THAT(lines[0], HasSubstr(": error: "));
+}
+
+TEST(CheckTableCommand, ReportsALoadErrorAsJson) {
+  const std::string path = Fixture("bad_xml.xml");
+  const CommandResult result = RunCheckTable({"-f", "json", path});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "");
+  const OrderedJson report = OrderedJson::parse(result.out);
+  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "error"));
+  EXPECT_EQ(report.at("format"), 1);
+  EXPECT_EQ(report.at("schema"), path);
+  const OrderedJson& error = report.at("error");
+  EXPECT_THAT(Keys(error), ElementsAre("line", "column", "message"));
+  EXPECT_EQ(error.at("line"), 5);
+  EXPECT_TRUE(error.at("column").is_number_integer());
+  EXPECT_GT(error.at("column").get<int>(), 0);
+  EXPECT_NE(error.at("message"), "");
+}
+
+TEST(CheckTableCommand, ReportsAnUnknownTypeAtItsEntry) {
+  const std::string path = Fixture("unknown_type.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, StartsWith(path + ":5:"));
+  EXPECT_THAT(result.err, HasSubstr(": error: "));
+  EXPECT_THAT(result.err, HasSubstr("nosuchtype"));
+}
+
+TEST(CheckTableCommand, PrintsLoaderWarningsOnStandardErrorAndStillChecks) {
+  const std::string path = Fixture("warnings.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+  const std::vector<std::string> warnings = Lines(result.err);
+  for (const std::string& warning : warnings) EXPECT_THAT(warning, HasSubstr(": warning: "));
+  EXPECT_THAT(warnings, Contains(AllOf(StartsWith(path + ":3:"), HasSubstr("colour"))));
+  EXPECT_THAT(warnings, Contains(AllOf(StartsWith(path + ":7:"), HasSubstr("banner"))));
+  EXPECT_THAT(Lines(result.out), ElementsAre(path + ":3: ok: shop (generic, old-style definition)",
+                                             "1 table checked, 0 failed"));
+}
+
+TEST(CheckTableCommand, ListsLoaderWarningsInJson) {
+  const std::string path = Fixture("warnings.xml");
+  const CommandResult result = RunCheckTable({"--format", "json", path});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  const OrderedJson report = OrderedJson::parse(result.out);
+  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "tables", "summary", "warnings"));
+  const OrderedJson& warnings = report.at("warnings");
+  ASSERT_GE(warnings.size(), 2u);
+  bool colour_seen = false;
+  bool banner_seen = false;
+  for (const OrderedJson& warning : warnings) {
+    EXPECT_THAT(Keys(warning), ElementsAre("file", "line", "column", "message"));
+    EXPECT_EQ(warning.at("file"), path);
+    const std::string message = warning.at("message");
+    if (message.find("colour") != std::string::npos) {
+      colour_seen = true;
+      EXPECT_EQ(warning.at("line"), 3);
+    }
+    if (message.find("banner") != std::string::npos) {
+      banner_seen = true;
+      EXPECT_EQ(warning.at("line"), 7);
+    }
+  }
+  EXPECT_TRUE(colour_seen);
+  EXPECT_TRUE(banner_seen);
+}
+
+TEST(CheckTableCommand, OmitsWarningsInJsonWhenTheLoaderHadNone) {
+  const OrderedJson report =
+      OrderedJson::parse(RunCheckTable({"-f", "json", Fixture("tables.xml")}).out);
+  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "tables", "summary"));
+}
+
+// ---- Table selection -----------------------------------------------------------------------
+
+TEST(CheckTableCommand, ChecksEveryStructWithAPrimaryKeyInFileOrder) {
+  // pos (a plain struct) and reward (a union) are entry types, not tables.
+  const std::string path = Fixture("tables.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":11: ok: zeta (generic, old-style definition)",
+                          path + ":15: ok: alpha (generic)", path + ":19: ok: inbox (list of 30)",
+                          path + ":23: ok: ladder (sorted list of 50 by 1 field, INSC)",
+                          path + ":28: ok: top (sorted list of 10 by 2 fields, DESC)",
+                          "5 tables checked, 0 failed"));
+}
+
+TEST(CheckTableCommand, ChecksTheNamedTablesInTheOrderGiven) {
+  const std::string path = Fixture("tables.xml");
+  const CommandResult result = RunCheckTable({"-t", "top", "--table", "zeta", path});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":28: ok: top (sorted list of 10 by 2 fields, DESC)",
+                          path + ":11: ok: zeta (generic, old-style definition)",
+                          "2 tables checked, 0 failed"));
+}
+
+TEST(CheckTableCommand, ChecksANamedStructWithoutPrimaryKey) {
+  const std::string path = Fixture("tables.xml");
+  const CommandResult result = RunCheckTable({"-t", "pos", path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":3: error: pos: CheckPrimaryKey failed! table:'pos',ret:-15 "
+                                 "[ERROR_NO_PRIMARY_KEY_IN_META]",
+                          "    There is no Primaykey in meta:'pos', maybe it is a pure struct.",
+                          "1 table checked, 1 failed"));
+}
+
+TEST(CheckTableCommand, ChecksANamedTableTheSchemaLacks) {
+  const std::string path = Fixture("tables.xml");
+  const std::string message = "Get meta info failed, please check the table name! table:'nosuch'";
+  const CommandResult text = RunCheckTable({"-t", "nosuch", path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(
+      Lines(text.out),
+      ElementsAre(path + ": error: nosuch: " + message + " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                  path + ": error: nosuch: " + message + " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                  "1 table checked, 1 failed"));
+
+  const CommandResult json = RunCheckTable({"-t", "nosuch", "-f", "json", path});
+  EXPECT_EQ(json.status, 1);
+  const Json table = TableIn(ParseReport(json), "nosuch");
+  EXPECT_TRUE(table.at("line").is_null());
+  EXPECT_EQ(table.at("ok"), false);
+  // The refer check needs the table's meta, so it does not run.
+  ASSERT_EQ(table.at("checks").size(), 2u);
+  const Json& attrs = table.at("checks")[0];
+  EXPECT_EQ(attrs.at("check"), "CheckTableTypeByCustomAttr");
+  EXPECT_EQ(attrs.at("result"), -2);
+  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
+  EXPECT_EQ(attrs.at("message"), message);
+  EXPECT_TRUE(HasLogLine(attrs, 300, "CheckTableTypeByCustomAttr", message));
+  const Json& entry = table.at("checks")[1];
+  EXPECT_EQ(entry.at("check"), "VelmoraCheckTable");
+  EXPECT_EQ(entry.at("kind"), 0);
+  EXPECT_EQ(entry.at("result"), -2);
+  EXPECT_EQ(entry.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
+  EXPECT_EQ(entry.at("message"), message);
+  EXPECT_TRUE(HasLogLine(entry, 300, "VelmoraCheckTable", message));
+}
+
+TEST(CheckTableCommand, ReportsNoTablesForASchemaOfEntryTypesOnly) {
+  const CommandResult text = RunCheckTable({Fixture("no_tables.xml")});
+  EXPECT_EQ(text.status, 0);
+  EXPECT_THAT(Lines(text.out), ElementsAre("0 tables checked, 0 failed"));
+  const Json report = ParseReport(RunCheckTable({"-f", "json", Fixture("no_tables.xml")}));
+  EXPECT_EQ(report.at("tables"), Json::array());
+  EXPECT_EQ(report.at("summary"), Json({{"tables", 0}, {"failed", 0}}));
+}
+
+// ---- The text report -----------------------------------------------------------------------
+
+TEST(CheckTableCommand, PrintsAFailingCheckWithItsErrorLines) {
+  const std::string path = Fixture("failing.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "");
+  // The wrapping line of the entry point is the headline, so it is not repeated below it.
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":3: ok: good (generic, old-style definition)",
+                          path + ":7: error: badkey: CheckPrimaryKey failed! table:'badkey',"
+                                 "ret:-51 [ERROR_REPEATED_FIELD_NAME]",
+                          "    repeated field name in primary key, invalid! entry_name:'uid' "
+                          "table='badkey'",
+                          "2 tables checked, 1 failed"));
+}
+
+TEST(CheckTableCommand, AcceptsTextAsAnExplicitFormat) {
+  const CommandResult plain = RunCheckTable({Fixture("failing.xml")});
+  const CommandResult text = RunCheckTable({"--format", "text", Fixture("failing.xml")});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_EQ(text.out, plain.out);
+}
+
+TEST(CheckTableCommand, PrintsTheListOfOffendingArraysOfTheReferCheck) {
+  const std::string path = Fixture("old.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":3: error: bag: these entry have 'count' without 'refer' : arr  "
+                                 "[ERROR_COUNT_WITHNOT_REFER]",
+                          "1 table checked, 1 failed"));
+}
+
+// ---- The JSON report -----------------------------------------------------------------------
+
+TEST(CheckTableCommand, KeepsTheJsonShapeKeyForKey) {
+  const std::string path = Fixture("tables.xml");
+  const CommandResult result = RunCheckTable({"-f", "json", "-t", "alpha", path});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  const OrderedJson report = OrderedJson::parse(result.out);
+  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "tables", "summary"));
+  EXPECT_EQ(report.at("format"), 1);
+  EXPECT_EQ(report.at("schema"), path);
+  EXPECT_EQ(report.at("summary"), OrderedJson({{"tables", 1}, {"failed", 0}}));
+  EXPECT_THAT(Keys(report.at("summary")), ElementsAre("tables", "failed"));
+  ASSERT_EQ(report.at("tables").size(), 1u);
+
+  const OrderedJson& table = report.at("tables")[0];
+  EXPECT_THAT(Keys(table), ElementsAre("table", "line", "ok", "checks"));
+  EXPECT_EQ(table.at("table"), "alpha");
+  EXPECT_EQ(table.at("line"), 15);
+  EXPECT_EQ(table.at("ok"), true);
+  ASSERT_EQ(table.at("checks").size(), 3u);
+
+  const OrderedJson& attrs = table.at("checks")[0];
+  EXPECT_THAT(Keys(attrs),
+              ElementsAre("check", "result", "code", "message", "table_type", "list_num",
+                          "sort_field_num", "sort_rule", "data_protocol", "log"));
+  EXPECT_EQ(attrs.at("check"), "CheckTableTypeByCustomAttr");
+  EXPECT_EQ(attrs.at("result"), 0);
+  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_SUCCESS");
+  EXPECT_EQ(attrs.at("message"), "table:alpha table_type is generic.");
+  EXPECT_EQ(attrs.at("table_type"), 0);
+  EXPECT_EQ(attrs.at("list_num"), 0);
+  EXPECT_EQ(attrs.at("sort_field_num"), 0);
+  EXPECT_EQ(attrs.at("sort_rule"), 0);
+  EXPECT_EQ(attrs.at("data_protocol"), "");
+  ASSERT_FALSE(attrs.at("log").empty());
+  for (const OrderedJson& line : attrs.at("log")) {
+    EXPECT_THAT(Keys(line), ElementsAre("priority", "function", "file", "line", "text"));
+    EXPECT_THAT(line.at("file").get<std::string>(), StartsWith("src/common/check_table"));
+    EXPECT_GT(line.at("line").get<int>(), 0);
+  }
+  EXPECT_TRUE(HasLogLine(attrs, 600, "CheckTableTypeByCustomAttr",
+                         "Start CheckTableTypeByCustomAttr alpha..."));
+  EXPECT_TRUE(
+      HasLogLine(attrs, 600, "CheckTableTypeByCustomAttr", "table:alpha table_type is generic."));
+
+  const OrderedJson& entry = table.at("checks")[1];
+  EXPECT_THAT(Keys(entry), ElementsAre("check", "kind", "result", "code", "message", "log"));
+  EXPECT_EQ(entry.at("check"), "VelmoraCheckTable");
+  EXPECT_EQ(entry.at("kind"), 0);
+  EXPECT_EQ(entry.at("result"), 0);
+  EXPECT_EQ(entry.at("code"), "CHECK_TABLE_SUCCESS");
+  // A table without indexes passes, but the index check leaves its note in the buffer.
+  EXPECT_EQ(entry.at("message"), "Table dose not have indexs, table:'alpha'");
+  EXPECT_TRUE(HasLogLine(entry, 300, "CheckIndex", "Table dose not have indexs, table:'alpha'"));
+  EXPECT_EQ(entry.at("log").back().at("text"), "CheckTable succees! table:'alpha'");
+  EXPECT_EQ(entry.at("log").back().at("priority"), 600);
+  EXPECT_EQ(entry.at("log").back().at("function"), "VelmoraCheckTable");
+
+  const OrderedJson& refer = table.at("checks")[2];
+  EXPECT_THAT(Keys(refer), ElementsAre("check", "result", "code", "message", "report", "log"));
+  EXPECT_EQ(refer.at("check"), "CheckWhetherCountWithRefer");
+  EXPECT_EQ(refer.at("result"), 0);
+  EXPECT_EQ(refer.at("code"), "CHECK_TABLE_SUCCESS");
+  EXPECT_EQ(refer.at("message"), "");
+  EXPECT_EQ(refer.at("report"), "");
+  EXPECT_EQ(refer.at("log"), OrderedJson::array());
+}
+
+TEST(CheckTableCommand, RecordsTheLogLinesOfAFailingCheckInJson) {
+  const CommandResult result = RunCheckTable({"-f", "json", Fixture("failing.xml")});
+  EXPECT_EQ(result.status, 1);
+  const Json report = ParseReport(result);
+  EXPECT_EQ(report.at("summary"), Json({{"tables", 2}, {"failed", 1}}));
+  EXPECT_EQ(TableIn(report, "good").at("ok"), true);
+  const Json table = TableIn(report, "badkey");
+  EXPECT_EQ(table.at("line"), 7);
+  EXPECT_EQ(table.at("ok"), false);
+  const Json& attrs = table.at("checks")[0];
+  EXPECT_EQ(attrs.at("result"), -46);
+  EXPECT_EQ(attrs.at("code"), "ERROR_OLD_TABLE_DEFINE");
+  const Json& entry = table.at("checks")[1];
+  EXPECT_EQ(entry.at("result"), -51);
+  EXPECT_EQ(entry.at("code"), "ERROR_REPEATED_FIELD_NAME");
+  EXPECT_EQ(entry.at("message"), "CheckPrimaryKey failed! table:'badkey',ret:-51");
+  EXPECT_TRUE(HasLogLine(entry, 300, "CheckPrimaryKey",
+                         "repeated field name in primary key, invalid! entry_name:'uid' "
+                         "table='badkey'"));
+  EXPECT_TRUE(HasLogLine(entry, 300, "VelmoraCheckTable",
+                         "CheckPrimaryKey failed! table:'badkey',ret:-51"));
+  EXPECT_TRUE(HasLogLine(entry, 600, "CheckTableNameValidity",
+                         "CheckTableNameValidity successed! table: 'badkey'"));
+  EXPECT_EQ(table.at("checks")[2].at("result"), 0);
+}
+
+TEST(CheckTableCommand, WritesInvalidBytesAsReplacementCharacters) {
+  // The list size message quotes the attribute string and is cut at 1023 bytes, inside a
+  // three-byte character: its one remaining byte becomes U+FFFD.
+  const std::string attr = [] {
+    std::string text = "TableType=LIST;ListNum=0;Note=";
+    for (int i = 0; i < 400; ++i) text += "\xE4\xB8\xAD";
+    return text;
+  }();
+  const std::string full =
+      "list_num must be [1,1023],but now list_num:0,list_num_str:0,custom_str:" + attr;
+  const std::string expected = full.substr(0, 1022) + "\xEF\xBF\xBD";
+
+  const CommandResult result = RunCheckTable({"-f", "json", Fixture("cut_message.xml")});
+  EXPECT_EQ(result.status, 1);
+  const Json report = ParseReport(result);
+  const Json attrs = TableIn(report, "longattr").at("checks")[0];
+  EXPECT_EQ(attrs.at("result"), -1);
+  EXPECT_EQ(attrs.at("message"), expected);
+  EXPECT_TRUE(HasLogLine(attrs, 300, "CheckTableTypeByCustomAttr", expected));
+}
+
+TEST(CheckTableCommand, WritesAnInvalidTableNameAsValidJson) {
+  const CommandResult result = RunCheckTable({"-f", "json", "-t", "t\xFF", Fixture("tables.xml")});
+  EXPECT_EQ(result.status, 1);
+  const Json report = ParseReport(result);
+  ASSERT_EQ(report.at("tables").size(), 1u);
+  const Json& table = report.at("tables")[0];
+  EXPECT_EQ(table.at("table"), "t\xEF\xBF\xBD");
+  EXPECT_EQ(table.at("checks")[0].at("result"), -13);
+  EXPECT_EQ(table.at("checks")[0].at("message"), "table name has illegal character.");
+}
+
+// ---- Table kind ----------------------------------------------------------------------------
+
+TEST(CheckTableCommand, DerivesTheListKindFromTheAttributes) {
+  // Four key fields are one too many for a list table behind a proxy older than 3.37.0.
+  const std::string path = Fixture("list4.xml");
+  const std::string message =
+      "This table:list4 's key num:4 is more than 3,proxy version need >= 3.37.0,"
+      "but now is :3.36.0";
+  const CommandResult text = RunCheckTable({"--proxy-version", "3.36.0", path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out), ElementsAre(path + ":3: error: list4: " + message +
+                                               " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                                           "1 table checked, 1 failed"));
+
+  const CommandResult json = RunCheckTable({"--proxy-version", "3.36.0", "-f", "json", path});
+  const Json table = TableIn(ParseReport(json), "list4");
+  const Json& attrs = table.at("checks")[0];
+  EXPECT_EQ(attrs.at("result"), 0);
+  EXPECT_EQ(attrs.at("table_type"), 1);
+  EXPECT_EQ(attrs.at("list_num"), 10);
+  const Json& entry = table.at("checks")[1];
+  EXPECT_EQ(entry.at("kind"), 1);
+  EXPECT_EQ(entry.at("result"), -2);
+  EXPECT_EQ(entry.at("message"), message);
+  EXPECT_TRUE(HasLogLine(entry, 300, "VelmoraCheckTable", message));
+}
+
+TEST(CheckTableCommand, UsesTheGivenKindInsteadOfTheAttributes) {
+  const std::string path = Fixture("list4.xml");
+  const CommandResult text =
+      RunCheckTable({"--kind", "generic", "--proxy-version", "3.36.0", path});
+  EXPECT_EQ(text.status, 0);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":3: ok: list4 (list of 10)", "1 table checked, 0 failed"));
+  const Json generic = TableIn(ParseReport(RunCheckTable({"-k", "generic", "--proxy-version",
+                                                          "3.36.0", "-f", "json", path})),
+                               "list4");
+  EXPECT_EQ(generic.at("checks")[1].at("kind"), 0);
+
+  const Json list = TableIn(
+      ParseReport(RunCheckTable({"-k", "list", "--proxy-version", "3.36.0", "-f", "json", path})),
+      "list4");
+  EXPECT_EQ(list.at("checks")[1].at("kind"), 1);
+  EXPECT_EQ(list.at("checks")[1].at("result"), -2);
+}
+
+TEST(CheckTableCommand, PassesAnIntegerKindAsItIs) {
+  const std::string path = Fixture("list4.xml");
+  const std::string message =
+      "Table_type is invaild type\xEF\xBC\x8Cplease check the table type!  table:'list4'";
+  for (const std::string& kind : {std::string("2"), std::string("-1")}) {
+    const CommandResult result = RunCheckTable({"--kind=" + kind, "-f", "json", path});
+    EXPECT_EQ(result.status, 1);
+    const Json entry = TableIn(ParseReport(result), "list4").at("checks")[1];
+    EXPECT_EQ(entry.at("kind"), std::stoi(kind));
+    EXPECT_EQ(entry.at("result"), -1);
+    EXPECT_EQ(entry.at("code"), "CHECK_TABLE_ERROR_INVALID_PARAMETER");
+    EXPECT_EQ(entry.at("message"), message);
+  }
+  const CommandResult one = RunCheckTable({"-k", "1", "-f", "json", path});
+  EXPECT_EQ(TableIn(ParseReport(one), "list4").at("checks")[1].at("kind"), 1);
+}
+
+// ---- Versions and the data protocol --------------------------------------------------------
+
+TEST(CheckTableCommand, PassesTheProxyVersions) {
+  const std::string path = Fixture("list4.xml");
+  EXPECT_EQ(RunCheckTable({"--proxy-version", "3.37.0", path}).status, 0);
+
+  const CommandResult rest =
+      RunCheckTable({"--proxy-version", "3.37.0", "--rest-proxy-version", "3.36.0", path});
+  EXPECT_EQ(rest.status, 1);
+  EXPECT_THAT(Lines(rest.out),
+              ElementsAre(path + ":3: error: list4: This table:list4 's key num:4 is more than 3,"
+                                 "rest proxy version need >= 3.37.0,but now is :3.36.0 "
+                                 "[CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "1 table checked, 1 failed"));
+  EXPECT_EQ(
+      RunCheckTable({"--proxy-version", "3.37.0", "--rest-proxy-version", "none", path}).status, 0);
+}
+
+TEST(CheckTableCommand, PassesTheServerVersionToTheListSizeBound) {
+  const std::string path = Fixture("versions.xml");
+  const CommandResult old_server = RunCheckTable({"-t", "biglist", path});
+  EXPECT_EQ(old_server.status, 1);
+  EXPECT_THAT(Lines(old_server.out),
+              ElementsAre(path + ":3: error: biglist: list_num must be [1,1023],but now "
+                                 "list_num:2000,list_num_str:2000,custom_str:TableType=LIST;"
+                                 "ListNum=2000 [CHECK_TABLE_ERROR_INVALID_PARAMETER]",
+                          "1 table checked, 1 failed"));
+
+  const CommandResult new_server =
+      RunCheckTable({"-t", "biglist", "--server-version", "3.40.0.193000", path});
+  EXPECT_EQ(new_server.status, 0);
+  EXPECT_THAT(Lines(new_server.out),
+              ElementsAre(path + ":3: ok: biglist (list of 2000)", "1 table checked, 0 failed"));
+}
+
+TEST(CheckTableCommand, PassesTheServerVersionToTheFieldSizeLimits) {
+  const std::string path = Fixture("versions.xml");
+  EXPECT_EQ(RunCheckTable({"-t", "bigfield", path}).status, 0);
+
+  const CommandResult result =
+      RunCheckTable({"-t", "bigfield", "--server-version", "3.28.0", path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":7: error: bigfield: ERR_ENTRY_LEN;blob| "
+                                 "[ERROR_ENTRY_LENGTH_NOT_LEGAL]",
+                          "    Table dose not have indexs, table:'bigfield'",
+                          "    entry blob length(200000) is greater than 128k",
+                          "    CheckFieldNameLength failed! table:'bigfield', svrMinVersion:3.28.0",
+                          "1 table checked, 1 failed"));
+  EXPECT_EQ(RunCheckTable({"-t", "bigfield", "--server-version", "3.29.0", path}).status, 0);
+}
+
+TEST(CheckTableCommand, RequiresTheDataProtocolOnlyWhenAsked) {
+  const std::string path = Fixture("protocol.xml");
+  const CommandResult relaxed = RunCheckTable({"-f", "json", path});
+  EXPECT_EQ(relaxed.status, 0);
+  const Json report = ParseReport(relaxed);
+  EXPECT_EQ(TableIn(report, "plain").at("checks")[0].at("data_protocol"), "");
+  EXPECT_EQ(TableIn(report, "pb").at("checks")[0].at("data_protocol"), "PB");
+
+  const CommandResult strict = RunCheckTable({"--require-data-protocol", path});
+  EXPECT_EQ(strict.status, 1);
+  EXPECT_THAT(Lines(strict.out),
+              ElementsAre(path + ":3: error: plain: DataProtocolType must be existed, please "
+                                 "check it. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          path + ":7: ok: pb (generic)", "2 tables checked, 1 failed"));
+}
+
+// ---- The old schema ------------------------------------------------------------------------
+
+TEST(CheckTableCommand, DoesNotJudgeArraysTheOldSchemaAlreadyHad) {
+  const std::string path = Fixture("old.xml");
+  const CommandResult result = RunCheckTable({"--old", Fixture("old.xml"), "-f", "json", path});
+  EXPECT_EQ(result.status, 0) << result.out;
+  const Json refer = TableIn(ParseReport(result), "bag").at("checks")[2];
+  EXPECT_EQ(refer.at("check"), "CheckWhetherNewEntryCountWithRefer");
+  EXPECT_EQ(refer.at("result"), 0);
+  EXPECT_EQ(refer.at("report"), "");
+}
+
+TEST(CheckTableCommand, JudgesArraysAddedSinceTheOldSchema) {
+  const std::string path = Fixture("new.xml");
+  const CommandResult json = RunCheckTable({"--old", Fixture("old.xml"), "-f", "json", path});
+  EXPECT_EQ(json.status, 1);
+  const Json report = ParseReport(json);
+  const Json bag = TableIn(report, "bag").at("checks")[2];
+  EXPECT_EQ(bag.at("check"), "CheckWhetherNewEntryCountWithRefer");
+  EXPECT_EQ(bag.at("result"), -36);
+  EXPECT_EQ(bag.at("code"), "ERROR_COUNT_WITHNOT_REFER");
+  EXPECT_EQ(bag.at("report"), "these new entry have 'count' without 'refer' : extra ");
+  EXPECT_EQ(bag.at("message"), "");
+  // A table the old schema did not have is judged whole.
+  const Json wallet = TableIn(report, "wallet").at("checks")[2];
+  EXPECT_EQ(wallet.at("check"), "CheckWhetherCountWithRefer");
+  EXPECT_EQ(wallet.at("result"), -36);
+  EXPECT_EQ(wallet.at("report"), "these entry have 'count' without 'refer' : coins ");
+
+  const CommandResult text = RunCheckTable({"--old", Fixture("old.xml"), path});
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":3: error: bag: these new entry have 'count' without 'refer' : "
+                                 "extra  [ERROR_COUNT_WITHNOT_REFER]",
+                          path + ":9: error: wallet: these entry have 'count' without 'refer' : "
+                                 "coins  [ERROR_COUNT_WITHNOT_REFER]",
+                          "2 tables checked, 2 failed"));
+}
+
+TEST(CheckTableCommand, StopsWhenTheOldSchemaCannotBeLoaded) {
+  const std::string old_path = Fixture("bad_xml.xml");
+  const CommandResult text = RunCheckTable({"--old", old_path, Fixture("new.xml")});
+  EXPECT_EQ(text.status, 2);
+  EXPECT_EQ(text.out, "");
+  EXPECT_THAT(text.err, StartsWith(old_path + ":5:"));
+
+  const CommandResult json = RunCheckTable({"--old", old_path, "-f", "json", Fixture("new.xml")});
+  EXPECT_EQ(json.status, 2);
+  const Json report = ParseReport(json);
+  EXPECT_EQ(report.at("schema"), old_path);
+  EXPECT_EQ(report.at("error").at("line"), 5);
+}
+
+// ---- The examples --------------------------------------------------------------------------
+
+TEST(CheckTableCommand, PassesEveryTableOfTheGameExample) {
+  const std::string path = Example("game.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":27: ok: player (generic)", path + ":43: ok: mail (list of 500)",
+                          path + ":57: ok: score (sorted list of 100 by 2 fields, DESC)",
+                          "3 tables checked, 0 failed"));
+  EXPECT_EQ(RunCheckTable({"--server-version", "3.40.0.193000", "--proxy-version", "3.37.0",
+                           "--rest-proxy-version", "3.37.0", "--require-data-protocol", path})
+                .status,
+            1);
+  EXPECT_EQ(RunCheckTable({"--server-version", "3.40.0.193000", "--proxy-version", "3.37.0",
+                           "--rest-proxy-version", "3.37.0", path})
+                .status,
+            0);
+}
+
+TEST(CheckTableCommand, FailsEachTableOfTheBrokenExampleOnOneCheck) {
+  const CommandResult result = RunCheckTable({"-f", "json", Example("broken.xml")});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "");
+  const Json report = ParseReport(result);
+  EXPECT_EQ(report.at("summary"), Json({{"tables", 5}, {"failed", 5}}));
+  for (const Json& table : report.at("tables")) {
+    int failed_checks = 0;
+    for (const Json& check : table.at("checks")) {
+      const int code = check.at("result");
+      if (code != 0 && code != -46) ++failed_checks;
+    }
+    EXPECT_EQ(failed_checks, 1) << table.at("table");
+  }
+}
+
+}  // namespace
