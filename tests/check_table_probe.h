@@ -69,6 +69,10 @@ class CheckTableProbe {
     return c.CheckStr(src, find_str);
   }
   static const std::string& ServerVersion(const CheckTable& c) { return c.m_svr_ver; }
+  static int ReportFormatText(CheckTable& c, LPWLOGCATEGORYINST log, const WLOGLOCINFO& loc,
+                              int result, const char* text) {
+    return c.ReportFormatText(log, loc, result, text);
+  }
 };
 
 #endif  // VELMORA_TESTS_CHECK_TABLE_PROBE_H_
