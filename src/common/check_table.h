@@ -113,7 +113,7 @@ class CheckTable {
   static void LogLine(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLOCINFO& loc,
                       const char* format, ...) __attribute__((format(printf, 4, 5)));
 
- // The category's gate: a line of this priority is written only when the bounds read here and
+  // The category's gate: a line of this priority is written only when the bounds read here and
   // the category itself agree. Refusing costs no call into the log library.
   static bool LogGateOpen(LPWLOGCATEGORYINST log_handle, int priority) {
     if (log_handle == nullptr) return false;
