@@ -65,7 +65,9 @@ TEST_F(CheckIndexTest, RejectsTableKindTwoEvenWithoutIndexes) {
 
 TEST_F(CheckIndexTest, RejectsNegativeTableKind) {
   EXPECT_EQ(Check(IndexedTable({Index("i", {"a"})}), -1), CHECK_TABLE_ERROR_INVALID_PARAMETER);
-  EXPECT_STREQ(checker_.GetErrType(), "Table_type is invalid! table:'t'");
+  const char* message = "Table_type is invalid! table:'t'";
+  EXPECT_STREQ(checker_.GetErrType(), message);
+  EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(WLOG_PRIORITY_ERROR, message, kFunction)));
 }
 
 TEST_F(CheckIndexTest, PassesGenericTableWithoutIndexesWithAnErrorLine) {
@@ -112,6 +114,13 @@ TEST_F(CheckIndexTest, AcceptsIndexesOverKeyMembers) {
 
 TEST_F(CheckIndexTest, RejectsIndexNamingKeyMemberTwice) {
   EXPECT_EQ(Check(IndexedTable({Index("i", {"a", "b", "a"})})), ERROR_INDEX_FIELD);
+  const char* message = "The index field has repeated field 'a', table:'t'";
+  EXPECT_STREQ(checker_.GetErrType(), message);
+  EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(WLOG_PRIORITY_ERROR, message, kFunction)));
+}
+
+TEST_F(CheckIndexTest, RejectsIndexOfOneKeyMemberNamedTwice) {
+  EXPECT_EQ(Check(IndexedTable({Index("i", {"a", "a"})})), ERROR_INDEX_FIELD);
   const char* message = "The index field has repeated field 'a', table:'t'";
   EXPECT_STREQ(checker_.GetErrType(), message);
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(WLOG_PRIORITY_ERROR, message, kFunction)));

@@ -80,6 +80,17 @@ TEST_F(CheckPrimaryKeyTest, RejectsKeyCountWhoseKeyArrayIsAbsent) {
 
 TEST_F(CheckPrimaryKeyTest, ReportsMissingKeyBeforeLookingAtTableKind) {
   EXPECT_EQ(Check(Table("t", {Field("a")}), 2), ERROR_NO_PRIMARY_KEY_IN_META);
+  const char* message = "There is no Primaykey in meta:'t', maybe it is a pure struct.";
+  EXPECT_STREQ(checker_.GetErrType(), message);
+  EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(WLOG_PRIORITY_ERROR, message, kFunction)));
+}
+
+TEST_F(CheckPrimaryKeyTest, ReportsAbsentKeyArrayBeforeLookingAtTableKind) {
+  ZemMetaDef def = Table("t", {Field("a")});
+  def.primary_key_num = 1;
+  def.primary_key_base_absent = true;
+  EXPECT_EQ(Check(def, -1), ERROR_PRIMARYKEY_FIELD);
+  EXPECT_STREQ(checker_.GetErrType(), "Primaykey is not exist!  table:'t'");
 }
 
 TEST_F(CheckPrimaryKeyTest, RejectsTableKindTwoBeforeCountingMembers) {
@@ -91,7 +102,9 @@ TEST_F(CheckPrimaryKeyTest, RejectsTableKindTwoBeforeCountingMembers) {
 
 TEST_F(CheckPrimaryKeyTest, RejectsNegativeTableKind) {
   EXPECT_EQ(Check(KeyTable(9), -1), CHECK_TABLE_ERROR_INVALID_PARAMETER);
-  EXPECT_STREQ(checker_.GetErrType(), "Table_type is invaild type! table:'t'");
+  const char* message = "Table_type is invaild type! table:'t'";
+  EXPECT_STREQ(checker_.GetErrType(), message);
+  EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(WLOG_PRIORITY_ERROR, message, kFunction)));
 }
 
 TEST_F(CheckPrimaryKeyTest, AcceptsEightKeyMembersOnGenericTable) {

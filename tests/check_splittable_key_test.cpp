@@ -111,9 +111,11 @@ TEST_F(CheckSplittableKeyTest, LogsLibraryReasonWithoutWritingBuffer) {
   ASSERT_NE(zem_get_meta_splittablekey(meta, buffer, sizeof(buffer), &reason), 0);
   ASSERT_NE(reason, nullptr);
   const std::string line = std::string("table:'t' ") + reason;
+  // An earlier message in the buffer survives the failure.
+  ASSERT_EQ(checker_.CheckTableNameValidity("1t", nullptr), ERROR_TABLE_NAME_STARTWITH_DIGIT);
 
   EXPECT_EQ(Check(meta), CHECK_TABLE_ERROR_INVALID_PARAMETER);
-  EXPECT_STREQ(checker_.GetErrType(), "");
+  EXPECT_STREQ(checker_.GetErrType(), "table name startswith digit.");
   EXPECT_THAT(log_.lines(),
               ElementsAre(StartLine(), LogLineIs(WLOG_PRIORITY_ERROR, line, kFunction)));
 }
@@ -159,8 +161,14 @@ TEST_F(CheckSplittableKeyTest, RejectsFieldThatIsNoKeyMember) {
 
 TEST_F(CheckSplittableKeyTest, RejectsFieldDifferingFromKeyMemberOnlyInCase) {
   EXPECT_EQ(Check(SplitTable("A")), ERROR_SPLITTABLE_FIELD);
-  EXPECT_STREQ(checker_.GetErrType(),
-               "Primaykey must include splittablekey! Splittablekey:'A',table:'t' ");
+  const char* message = "Primaykey must include splittablekey! Splittablekey:'A',table:'t' ";
+  EXPECT_STREQ(checker_.GetErrType(), message);
+  EXPECT_THAT(log_.lines(),
+              ElementsAre(StartLine(),
+                          LogLineIs(WLOG_PRIORITY_ERROR,
+                                    "Entry is not belong to primarykey!Entry:'A' table:'t'",
+                                    "CheckWhetherPrimaryKey"),
+                          LogLineIs(WLOG_PRIORITY_ERROR, message, kFunction)));
 }
 
 TEST_F(CheckSplittableKeyTest, RejectsEmptyPieceAsNoKeyMember) {
@@ -213,6 +221,12 @@ TEST_F(CheckSplittableKeyTest, RejectsRepeatedKeyMemberOnSecondPiece) {
 
 TEST_F(CheckSplittableKeyTest, ReportsRepeatedNonMemberAsNoKeyMember) {
   EXPECT_EQ(Check(SplitTable("a,v,v")), ERROR_SPLITTABLE_FIELD);
+  EXPECT_STREQ(checker_.GetErrType(),
+               "Primaykey must include splittablekey! Splittablekey:'v',table:'t' ");
+}
+
+TEST_F(CheckSplittableKeyTest, ReportsRepeatedNonMemberOnItsFirstPiece) {
+  EXPECT_EQ(Check(SplitTable("v,v")), ERROR_SPLITTABLE_FIELD);
   EXPECT_STREQ(checker_.GetErrType(),
                "Primaykey must include splittablekey! Splittablekey:'v',table:'t' ");
 }

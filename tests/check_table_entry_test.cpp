@@ -404,6 +404,107 @@ TEST_F(EntryPointTest, KeyGateFailureComesBeforeTheSecondNameLengthLine) {
   EXPECT_TRUE(HasLineFrom(log_.lines(), "CheckPrimaryKey"));
 }
 
+// ---- Failures of the later checks ----------------------------------------------------------
+
+// One table per rule that a later check enforces; each passes every check before its own.
+ZemMetaLibPtr FailingLib() {
+  ZemMetaDef bad_split = Table("badsplit", {Field("uid"), Field("v")}, {"uid"});
+  bad_split.split_table_key = "v";
+  ZemMetaDef bad_index = Table("badindex", {Field("uid"), Field("v")}, {"uid"});
+  bad_index.indexes = {{"by_uid_v", {"uid", "v"}}};
+  return BuildLib({Table("nokey", {Field("a"), Field("b")}),
+                   Table("novalue", {Field("uid")}, {"uid"}), bad_split, bad_index,
+                   Table("badfield", {Field("uid"), Field("a-b")}, {"uid"}),
+                   Table("bigfield", {Field("uid"), Field("blob", ZEM_TYPE_INT8, 200000)}, {"uid"}),
+                   Table("dupname", {Field("uid"), Field("v"), Field("V")}, {"uid"})});
+}
+
+class LaterCheckTest : public EntryPointTest {
+ protected:
+  LaterCheckTest() { lib_ = FailingLib(); }
+
+  // The check logged its own line at error priority, then the entry point replaced the buffer
+  // with its wrapping line, logged last.
+  void ExpectWrapped(const std::string& own, const char* check, const std::string& wrapped) {
+    EXPECT_EQ(Buffer(), wrapped);
+    const std::vector<WlogRecord>& lines = log_.lines();
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_THAT(lines[lines.size() - 2], LogLineIs(300, own, check));
+    EXPECT_THAT(lines.back(), LogLineIs(300, wrapped, "VelmoraCheckTable"));
+    EXPECT_EQ(lines.back().file, "src/common/check_table.cpp");
+  }
+};
+
+TEST_F(LaterCheckTest, PrimaryKeyFailureIsWrappedWithItsResult) {
+  EXPECT_EQ(Check("nokey", 0), ERROR_NO_PRIMARY_KEY_IN_META);
+  ExpectWrapped("There is no Primaykey in meta:'nokey', maybe it is a pure struct.",
+                "CheckPrimaryKey", "CheckPrimaryKey failed! table:'nokey',ret:-15");
+}
+
+TEST_F(LaterCheckTest, ValueFieldFailureIsWrappedWithItsResult) {
+  EXPECT_EQ(Check("novalue", 0), ERROR_VALUE_FIELD);
+  ExpectWrapped("The number of value field can not be zero! table: 'novalue'", "CheckValueField",
+                "CheckValueField failed! table:'novalue',ret:-3");
+  // The name length was checked again between the key and the value fields.
+  EXPECT_EQ(CountLines(log_.lines(), LengthLine("novalue")), 2u);
+}
+
+TEST_F(LaterCheckTest, SplitTableKeyFailureIsWrappedWithItsResult) {
+  EXPECT_EQ(Check("badsplit", 0), ERROR_SPLITTABLE_FIELD);
+  ExpectWrapped("Primaykey must include splittablekey! Splittablekey:'v',table:'badsplit' ",
+                "CheckSplittableKey", "CheckSplittableKey failed! table:'badsplit',ret:-5");
+}
+
+TEST_F(LaterCheckTest, IndexFailureIsWrappedWithItsResult) {
+  EXPECT_EQ(Check("badindex", 0), ERROR_INDEX_FIELD);
+  ExpectWrapped("The index field should be primarykey field! index:'v', table:'badindex'",
+                "CheckIndex", "CheckIndex failed! table:'badindex',ret:-6");
+}
+
+TEST_F(LaterCheckTest, FieldNameFailureIsWrappedWithItsResult) {
+  EXPECT_EQ(Check("badfield", 0), ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR);
+  ExpectWrapped("field name[a-b] has illegal character.", "CheckFieldNameLength",
+                "CheckFieldNameLength failed! table:'badfield',ret:-18");
+}
+
+TEST_F(LaterCheckTest, FieldLengthFailureKeepsTheListAndLogsTheFieldNameLine) {
+  EXPECT_EQ(Check("bigfield", 0, "3.28.0"), ERROR_ENTRY_LENGTH_NOT_LEGAL);
+  // The buffer keeps the length check's list; the entry point only logs its line.
+  EXPECT_EQ(Buffer(), "ERR_ENTRY_LEN;blob|");
+  const std::vector<WlogRecord>& lines = log_.lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_THAT(lines.back(),
+              LogLineIs(300, "CheckFieldNameLength failed! table:'bigfield', svrMinVersion:3.28.0",
+                        "VelmoraCheckTable"));
+  EXPECT_EQ(lines.back().file, "src/common/check_table.cpp");
+  EXPECT_TRUE(HasLineFrom(lines, "CheckValueFieldLen"));
+  EXPECT_EQ(CountLines(lines, SuccessLine("bigfield")), 0u);
+}
+
+TEST_F(LaterCheckTest, EmptyServerVersionSkipsTheFieldLengthCheckEntirely) {
+  EXPECT_EQ(Check("bigfield", 0, ""), CHECK_TABLE_SUCCESS);
+  EXPECT_FALSE(HasLineFrom(log_.lines(), "CheckValueFieldLen"));
+  EXPECT_THAT(log_.lines().back(), LogLineIs(600, SuccessLine("bigfield"), "VelmoraCheckTable"));
+  // A server that holds the field passes it too, after the check has run.
+  EXPECT_EQ(Check("bigfield", 0, "3.29.0"), CHECK_TABLE_SUCCESS);
+  EXPECT_TRUE(HasLineFrom(log_.lines(), "CheckValueFieldLen"));
+}
+
+TEST_F(LaterCheckTest, RepeatedNameFailureEmbedsTheChecksOwnMessage) {
+  EXPECT_EQ(Check("dupname", 0), ERROR_REPEATED_FIELD_NAME);
+  const std::string own =
+      "using strncasecmp, the field name is repeated. field_name:v, entry_index:1, "
+      "cmp_field_name:V, cmp_entry_index:2";
+  ExpectWrapped(own, "CheckRepeatedFieldName",
+                "CheckRepeatedFieldName failed! table:'dupname',ret:-51, err_msg:" + own);
+}
+
+TEST_F(LaterCheckTest, NullHandleStillWrapsTheMessage) {
+  EXPECT_EQ(checker_.VelmoraCheckTable(lib_.get(), "badindex", 0, nullptr, "", "", "none"),
+            ERROR_INDEX_FIELD);
+  EXPECT_EQ(Buffer(), "CheckIndex failed! table:'badindex',ret:-6");
+}
+
 // ---- Success -----------------------------------------------------------------------------
 
 TEST_F(EntryPointTest, SuccessLogsItsLineLastAndReturnsZero) {
