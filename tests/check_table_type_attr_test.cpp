@@ -587,7 +587,7 @@ TEST_F(TableTypeAttrTest, WholeLogOfASortedListParse) {
                                   kCheck));
   EXPECT_THAT(lines[6], LogLineIs(WLOG_PRIORITY_DEBUG,
                                   "continue Start CheckTableTypeByCustomAttr 4...",
-                                  "CheckSortEntries"));
+                                  "CheckTableTypeByCustomAttr"));
   EXPECT_THAT(lines[7], LogLineIs(WLOG_PRIORITY_INFO,
                                   "customattr parse result:TableType=2;ListNum=100;SortFieldNum=2;"
                                   "SortRule=1",

@@ -76,7 +76,7 @@ class SortFieldsTest : public ::testing::Test {
     EXPECT_EQ(ErrorLines(), 1);
   }
   void ExpectSortFailure(int ret, const std::string& message) {
-    ExpectFailure(ret, CHECK_TABLE_ERROR_INVALID_PARAMETER, message, "CheckSortEntries");
+    ExpectFailure(ret, CHECK_TABLE_ERROR_INVALID_PARAMETER, message, "CheckTableTypeByCustomAttr");
   }
 
   void ExpectOutParameters(int table_type, int list_num, int sort_field_num, int sort_rule) {
@@ -104,7 +104,7 @@ TEST_F(SortFieldsTest, GenericTableRejectsAnyFieldAttribute) {
     Define("TableType=GENERIC", {Field("v"), Marked("score", mark)});
     ExpectFailure(Parse(), CHECK_TABLE_ERROR_SYSTEM_ERROR,
                   "table_type is generic,entry field can't contain customattr2.",
-                  "CheckGenericEntries");
+                  "CheckTableTypeByCustomAttr");
     ExpectOutParameters(kUntouched, kUntouched, kUntouched, kUntouched);
   }
 }
@@ -116,7 +116,7 @@ TEST_F(SortFieldsTest, GenericTableRejectsAnAttributeOnTheKeyToo) {
   lib_ = BuildLib({meta});
   ExpectFailure(Parse(), CHECK_TABLE_ERROR_SYSTEM_ERROR,
                 "table_type is generic,entry field can't contain customattr2.",
-                "CheckGenericEntries");
+                "CheckTableTypeByCustomAttr");
 }
 
 TEST_F(SortFieldsTest, EmptyFieldAttributeCountsAsNone) {
@@ -133,7 +133,7 @@ TEST_F(SortFieldsTest, PlainListRejectsAnyFieldAttribute) {
     SCOPED_TRACE(mark);
     Define("TableType=LIST;ListNum=5", {Marked("score", mark)});
     ExpectFailure(Parse(), CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                  "table_type is list,entry field can't contain customattr2.", "CheckListEntries");
+                  "table_type is list,entry field can't contain customattr2.", "CheckTableTypeByCustomAttr");
     // The type and size were handed back before the fields were walked.
     ExpectOutParameters(1, 5, 0, kUntouched);
   }
@@ -144,14 +144,14 @@ TEST_F(SortFieldsTest, GenericWalkReportsAMissingEntry) {
   hole.null_slot = true;
   Define("TableType=GENERIC", {hole, Field("v")});
   ExpectFailure(Parse(), CHECK_TABLE_ERROR_INVALID_PARAMETER, "pstEntry 1 is error,system error.",
-                "CheckGenericEntries");
+                "CheckTableTypeByCustomAttr");
   ExpectOutParameters(kUntouched, kUntouched, kUntouched, kUntouched);
 }
 
 TEST_F(SortFieldsTest, ListWalkReportsAMissingEntry) {
   Define("TableType=LIST;ListNum=5", {Field("v")}, 3);
   ExpectFailure(Parse(), CHECK_TABLE_ERROR_INVALID_PARAMETER, "pstEntry 2 is error,system error.",
-                "CheckListEntries");
+                "CheckTableTypeByCustomAttr");
   ExpectOutParameters(1, 5, 0, kUntouched);
 }
 
@@ -181,7 +181,7 @@ TEST_F(SortFieldsTest, SortWalkLogsTheEntryCountAtDebugPriority) {
   ASSERT_GE(lines.size(), 2u);
   EXPECT_THAT(lines[lines.size() - 2],
               LogLineIs(WLOG_PRIORITY_DEBUG, "continue Start CheckTableTypeByCustomAttr 3...",
-                        "CheckSortEntries"));
+                        "CheckTableTypeByCustomAttr"));
   EXPECT_THAT(lines.back(),
               LogLineIs(WLOG_PRIORITY_INFO,
                         "customattr parse result:TableType=2;ListNum=10;SortFieldNum=1;SortRule=0",
@@ -201,7 +201,7 @@ TEST_F(SortFieldsTest, SortedListWithoutEntriesFailsWithSumZero) {
   ASSERT_GE(log_.lines().size(), 2u);
   EXPECT_THAT(log_.lines()[log_.lines().size() - 2],
               LogLineIs(WLOG_PRIORITY_DEBUG, "continue Start CheckTableTypeByCustomAttr -1...",
-                        "CheckSortEntries"));
+                        "CheckTableTypeByCustomAttr"));
 }
 
 TEST_F(SortFieldsTest, AttributeWithoutSortIsIgnored) {

@@ -317,6 +317,10 @@ int CheckTable::CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST lo
                       "error stringdisplaycharset: %s", stringdisplaycharset.c_str());
 }
 
+// The field walks are the entry-level half of CheckTableTypeByCustomAttr: their lines are logged
+// under its name, as the store's operators know them.
+#define ENTRY_WALK_LOC (WLOGLOCINFO{__FILE__, __LINE__, "CheckTableTypeByCustomAttr", nullptr})
+
 int CheckTable::CheckGenericEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
                                     LPWLOGCATEGORYINST log_handle) {
   // Only sorted list tables give their fields an attribute.
@@ -324,12 +328,12 @@ int CheckTable::CheckGenericEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
   for (int i = 0; i < entry_num; ++i) {
     LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
     if (pstEntry == nullptr) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                           "pstEntry %d is error,system error.", i);
     }
     const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
     if (cus_attr_2 != nullptr && cus_attr_2[0] != '\0') {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                           "table_type is generic,entry field can't contain customattr2.");
     }
   }
@@ -343,12 +347,12 @@ int CheckTable::CheckListEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
   for (int i = 0; i < entry_num; ++i) {
     LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
     if (pstEntry == nullptr) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                           "pstEntry %d is error,system error.", i);
     }
     const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
     if (cus_attr_2 != nullptr && cus_attr_2[0] != '\0') {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                           "table_type is list,entry field can't contain customattr2.");
     }
   }
@@ -358,7 +362,7 @@ int CheckTable::CheckListEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
 int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_field_num,
                                  LPWLOGCATEGORYINST log_handle) {
   const int entry_num = zem_get_entry_num(meta);
-  LOG_LINE(log_handle, WLOG_PRIORITY_DEBUG, "continue Start CheckTableTypeByCustomAttr %d...",
+  LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, ENTRY_WALK_LOC, "continue Start CheckTableTypeByCustomAttr %d...",
            entry_num);
 
   int sort1_num = 0;
@@ -368,7 +372,7 @@ int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_
   for (int i = 0; i < entry_num; ++i) {
     LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
     if (pstEntry == nullptr) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                           "pstEntry %d is error,system error.", i);
     }
     // Attributes that do not mention "sort" (case-sensitive) are not sort marks.
@@ -379,12 +383,12 @@ int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_
     }
     // Every element of a list shares the table's key, so a key field cannot order them.
     if ((pstEntry->chDBFlag & ZEM_DBFLAG_PRIMARY_KEY) != 0) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                           "sortfield not support keyfield %s", zem_get_entry_name(pstEntry));
     }
     const int type = zem_get_entry_type(pstEntry);
     if (!IsSortFieldType(type)) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                           "sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double",
                           zem_get_entry_name(pstEntry), type);
     }
@@ -397,27 +401,27 @@ int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_
     } else if (std::strcmp(cus_attr_2, "sort4") == 0) {
       ++sort4_num;
     } else {
-      return REPORT_ERROR(
-          log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+      return REPORT_ERROR_AT(
+          log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
           "The customattr2 is just used to SortList,it must be sort1,sort2,sort3,sort4");
     }
   }
 
   // Marks have no gaps: a higher one needs every lower one.
   if (sort4_num != 0 && (sort1_num == 0 || sort2_num == 0 || sort3_num == 0)) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                         "Has sort4,but it does not have sort1/sort2/sort3");
   }
   if (sort4_num == 0 && sort3_num != 0 && (sort1_num == 0 || sort2_num == 0)) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                         "Has sort3,but it does not have sort1/sort2");
   }
   if (sort4_num == 0 && sort3_num == 0 && sort2_num != 0 && sort1_num == 0) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                         "Has sort2,but it does not have sort1");
   }
   if (sort1_num > 1 || sort2_num > 1 || sort3_num > 1 || sort4_num > 1) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                         "Every sort flag should be 1 time(sort1:%d,sort2:%d,sort3:%d,sort4:%d),please check.",
                         sort1_num, sort2_num, sort3_num, sort4_num);
   }
@@ -425,8 +429,8 @@ int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_
   // must be the table's SortFieldNum. "curstomaattr" and " 's" are the message's own; keep them.
   const int sort_num = sort1_num + sort2_num + sort3_num + sort4_num;
   if (sort_num != sort_field_num) {
-    return REPORT_ERROR(
-        log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_AT(
+        log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
         "pstEntry 's curstomaattr num's sort num %d not match with meta's SortFieldNum=%d",
         sort_num, sort_field_num);
   }

@@ -10,18 +10,26 @@
 // A failure: the message goes into the error buffer and, through the gate, to the log at error
 // priority. Evaluates to result.
 #define REPORT_ERROR(log_handle, result, ...) \
-  Report((log_handle), WLOG_PRIORITY_ERROR, CHECK_TABLE_LOC, (result), __VA_ARGS__)
+  REPORT_ERROR_AT((log_handle), CHECK_TABLE_LOC, (result), __VA_ARGS__)
+
+// The same from a helper that reports under the name of the check it belongs to (loc).
+#define REPORT_ERROR_AT(log_handle, loc, result, ...) \
+  Report((log_handle), WLOG_PRIORITY_ERROR, (loc), (result), __VA_ARGS__)
 
 // A message that is kept in the error buffer although nothing failed, logged at its own priority.
 #define REPORT_NOTE(log_handle, priority, ...) \
   ((void)Report((log_handle), (priority), CHECK_TABLE_LOC, 0, __VA_ARGS__))
 
 // A log line that leaves the error buffer alone. Nothing is evaluated when the gate refuses it.
-#define LOG_LINE(log_handle, priority, ...)                                  \
-  do {                                                                       \
-    if (LogGateOpen((log_handle), (priority))) {                             \
-      LogLine((log_handle), (priority), CHECK_TABLE_LOC, __VA_ARGS__);       \
-    }                                                                        \
+#define LOG_LINE(log_handle, priority, ...) \
+  LOG_LINE_AT((log_handle), (priority), CHECK_TABLE_LOC, __VA_ARGS__)
+
+// The same under the name of the check a helper belongs to (loc).
+#define LOG_LINE_AT(log_handle, priority, loc, ...)            \
+  do {                                                         \
+    if (LogGateOpen((log_handle), (priority))) {               \
+      LogLine((log_handle), (priority), (loc), __VA_ARGS__);   \
+    }                                                          \
   } while (0)
 
 // Names printed with "%s" where the caller may have passed NULL.
