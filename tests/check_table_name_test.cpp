@@ -74,6 +74,13 @@ TEST_F(TableNameTest, RejectsAnEmptyNameWithoutReachingTheLengthCheck) {
   ExpectFailed(kEmpty, "CheckTableNameValidity");
 }
 
+TEST_F(TableNameTest, TreatsAMissingNameAsEmpty) {
+  log_.Clear();
+  EXPECT_EQ(checker_.CheckTableNameValidity(nullptr, log_.handle()), ERROR_TABLE_NAME_EMPTY);
+  EXPECT_STREQ(checker_.GetErrType(), kEmpty);
+  EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(300, kEmpty, "CheckTableNameValidity")));
+}
+
 TEST_F(TableNameTest, RejectsANameStartingWithAnyDigit) {
   for (char digit = '0'; digit <= '9'; ++digit) {
     const std::string name = std::string(1, digit) + "abc";

@@ -16,6 +16,9 @@ bool IsNameChar(char c) {
 }  // namespace
 
 int CheckTable::CheckTableNameValidity(const char* metaname, LPWLOGCATEGORYINST log_handle) {
+  // The entry points reject a missing name before asking; any other caller that passes none is
+  // told the name is empty instead of having a NULL pointer read.
+  if (metaname == nullptr) metaname = "";
   const std::string tmp_meta_name(metaname);
   if (tmp_meta_name.empty()) {
     return REPORT_ERROR(log_handle, ERROR_TABLE_NAME_EMPTY, "table name can't be empty");
