@@ -95,8 +95,10 @@ class CheckTable {
   // Table type attributes.
   int CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST log_handle);
   bool CheckStr(const char* src, const char* find_str);
-  int CheckGenericEntries(LPZEMMETALIB metalib, LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
-  int CheckListEntries(LPZEMMETALIB metalib, LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
+  // No field of a generic or plain list table carries an attribute.
+  int CheckUnmarkedEntries(LPZEMMETALIB metalib, LPZEMMETA meta, bool list_table,
+                           LPWLOGCATEGORYINST log_handle);
+  // The sort marks of a sorted list table's fields agree with its sort field count.
   int CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_field_num,
                        LPWLOGCATEGORYINST log_handle);
 

@@ -142,7 +142,7 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
       return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                           "table_type is generic,but customattr has contain ListNum or SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
     }
-    ret = CheckGenericEntries(metalib, meta, log_handle);
+    ret = CheckUnmarkedEntries(metalib, meta, false, log_handle);
     if (ret != CHECK_TABLE_SUCCESS) return ret;
     table_type = 0;
     list_num = 0;
@@ -261,7 +261,7 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
       return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                           "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
     }
-    ret = CheckListEntries(metalib, meta, log_handle);
+    ret = CheckUnmarkedEntries(metalib, meta, true, log_handle);
     if (ret != CHECK_TABLE_SUCCESS) return ret;
   }
 
@@ -321,40 +321,25 @@ int CheckTable::CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST lo
 // under its name, as the store's operators know them.
 #define ENTRY_WALK_LOC (WLOGLOCINFO{__FILE__, __LINE__, "CheckTableTypeByCustomAttr", nullptr})
 
-int CheckTable::CheckGenericEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
-                                    LPWLOGCATEGORYINST log_handle) {
-  // Only sorted list tables give their fields an attribute.
+int CheckTable::CheckUnmarkedEntries(LPZEMMETALIB metalib, LPZEMMETA meta, bool list_table,
+                                     LPWLOGCATEGORYINST log_handle) {
+  // Only sorted list tables give their fields an attribute: a generic table has no element order,
+  // and a plain list keeps its elements in insertion order.
   const int entry_num = zem_get_entry_num(meta);
   for (int i = 0; i < entry_num; ++i) {
     LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
     if (pstEntry == nullptr) {
       return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "pstEntry %d is error,system error.", i);
+                             "pstEntry %d is error,system error.", i);
     }
     const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
-    if (cus_attr_2 != nullptr && cus_attr_2[0] != '\0') {
+    if (cus_attr_2 == nullptr || cus_attr_2[0] == '\0') continue;
+    if (list_table) {
       return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                          "table_type is generic,entry field can't contain customattr2.");
+                             "table_type is list,entry field can't contain customattr2.");
     }
-  }
-  return CHECK_TABLE_SUCCESS;
-}
-
-int CheckTable::CheckListEntries(LPZEMMETALIB metalib, LPZEMMETA meta,
-                                 LPWLOGCATEGORYINST log_handle) {
-  // A plain list keeps its elements in insertion order: no field may be marked for sorting.
-  const int entry_num = zem_get_entry_num(meta);
-  for (int i = 0; i < entry_num; ++i) {
-    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
-    if (pstEntry == nullptr) {
-      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "pstEntry %d is error,system error.", i);
-    }
-    const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
-    if (cus_attr_2 != nullptr && cus_attr_2[0] != '\0') {
-      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                          "table_type is list,entry field can't contain customattr2.");
-    }
+    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                           "table_type is generic,entry field can't contain customattr2.");
   }
   return CHECK_TABLE_SUCCESS;
 }
