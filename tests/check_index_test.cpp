@@ -14,10 +14,6 @@ using ::testing::IsEmpty;
 
 const char* const kFunction = "CheckIndex";
 
-ZemIndexDef Index(const std::string& name, std::vector<std::string> columns) {
-  return ZemIndexDef{name, std::move(columns)};
-}
-
 // A table "t" keyed by a, b, c and d, with a value field v, and these indexes.
 ZemMetaDef IndexedTable(std::vector<ZemIndexDef> indexes) {
   ZemMetaDef meta = Table("t", {Field("a"), Field("b"), Field("c"), Field("d"), Field("v")},

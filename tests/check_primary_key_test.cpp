@@ -26,10 +26,6 @@ ZemMetaDef KeyTable(int key_num) {
   return meta;
 }
 
-ZemIndexDef Index(const std::string& name, std::vector<std::string> columns) {
-  return ZemIndexDef{name, std::move(columns)};
-}
-
 class CheckPrimaryKeyTest : public ::testing::Test {
  protected:
   LPZEMMETA Build(const ZemMetaDef& def) {

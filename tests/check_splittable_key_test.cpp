@@ -24,10 +24,6 @@ ZemMetaDef SplitTable(const std::string& split_table_key) {
   return meta;
 }
 
-ZemIndexDef Index(const std::string& name, std::vector<std::string> columns) {
-  return ZemIndexDef{name, std::move(columns)};
-}
-
 auto StartLine() {
   return LogLineIs(WLOG_PRIORITY_INFO, "Start CheckSplittableKey...table:'t'", kFunction);
 }

@@ -12,10 +12,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-ZemIndexDef Index(const std::string& name, std::vector<std::string> columns) {
-  return ZemIndexDef{name, std::move(columns)};
-}
-
 // A table "t" keyed by uid and zone, with a value field v.
 ZemMetaDef KeyedTable(std::vector<ZemIndexDef> indexes = {}) {
   ZemMetaDef meta = Table("t", {Field("uid"), Field("zone"), Field("v")}, {"uid", "zone"});

@@ -57,6 +57,11 @@ inline ZemMetaDef Table(const std::string& name, std::vector<ZemEntryDef> entrie
   return meta;
 }
 
+// An index over these columns.
+inline ZemIndexDef Index(const std::string& name, std::vector<std::string> columns) {
+  return ZemIndexDef{name, std::move(columns)};
+}
+
 // A metalib holding these metas; fails the test when the builder refuses the description.
 inline ZemMetaLibPtr BuildLib(std::vector<ZemMetaDef> metas, int version = 0,
                               std::vector<std::pair<std::string, int>> macros = {}) {
