@@ -5,6 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -147,11 +149,16 @@ TEST(CheckTableCommand, HelpExitsZeroAndTeachesTheCommand) {
        {"Usage: velmora-check-table", "-t,--table", "-k,--kind", "generic|list|INTEGER",
         "--server-version", "--proxy-version", "--rest-proxy-version", "--require-data-protocol",
         "--old", "-f,--format", "CheckTableTypeByCustomAttr", "VelmoraCheckTable",
-        "CheckWhetherCountWithRefer", "Exit status:", "0  every table passed",
-        "1  at least one table failed", "2  the options or a schema could not be used",
-        "Examples:", "velmora-check-table examples/game.xml"}) {
+        "CheckWhetherCountWithRefer", "CheckWhetherNewEntryCountWithRefer",
+        "every struct that has a primary key, in file order", "old-style",
+        "FILE:LINE: error: TABLE: MESSAGE [CODE]", "FILE:LINE: ok: TABLE (KIND)",
+        "standard error", "Exit status:", "0  every table passed", "1  at least one table failed",
+        "2  the options or a schema could not be used", "Examples:",
+        "velmora-check-table examples/game.xml"}) {
     EXPECT_THAT(result.out, HasSubstr(text));
   }
+  // Every line fits a terminal of 100 columns.
+  for (const std::string& line : Lines(result.out)) EXPECT_LE(line.size(), 100u) << line;
 }
 
 TEST(CheckTableCommand, RejectsAnUnknownOptionWithUsageOnStandardError) {
@@ -168,7 +175,30 @@ TEST(CheckTableCommand, RejectsAKindThatIsNeitherANameNorAnInteger) {
   EXPECT_EQ(result.out, "");
   EXPECT_THAT(result.err, HasSubstr("sorted"));
   EXPECT_EQ(RunCheckTable({"-k", "1x", Fixture("tables.xml")}).status, 2);
-  EXPECT_EQ(RunCheckTable({"-k", "99999999999", Fixture("tables.xml")}).status, 2);
+  EXPECT_EQ(RunCheckTable({"-k", "", Fixture("tables.xml")}).status, 2);
+}
+
+TEST(CheckTableCommand, RejectsAKindBeyondTheIntRangeAndSaysSo) {
+  // The checker takes the kind as an int; a larger integer cannot be passed as it is.
+  for (const std::string kind : {"99999999999", "2147483648", "-2147483649"}) {
+    const CommandResult result = RunCheckTable({"--kind", kind, Fixture("tables.xml")});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, HasSubstr("'" + kind + "' is outside the int range"));
+  }
+  EXPECT_EQ(RunCheckTable({"--kind", "2147483647", Fixture("list4.xml")}).status, 1);
+  EXPECT_EQ(RunCheckTable({"--kind=-2147483648", Fixture("list4.xml")}).status, 1);
+}
+
+TEST(CheckTableCommand, RejectsAnOptionGivenTwiceThatTakesOneValue) {
+  for (const char* option : {"--server-version", "--proxy-version", "--format", "--kind"}) {
+    const std::string value = std::string(option) == "--format" ? "json" : "1";
+    const CommandResult result =
+        RunCheckTable({option, value, option, value, Fixture("tables.xml")});
+    EXPECT_EQ(result.status, 2) << option;
+    EXPECT_EQ(result.out, "") << option;
+    EXPECT_THAT(result.err, HasSubstr(option));
+  }
 }
 
 TEST(CheckTableCommand, RequiresTheSchemaArgument) {
@@ -184,6 +214,14 @@ TEST(CheckTableCommand, RejectsAnUnknownFormatAndASecondSchema) {
   const CommandResult two = RunCheckTable({Fixture("tables.xml"), Fixture("failing.xml")});
   EXPECT_EQ(two.status, 2);
   EXPECT_EQ(two.out, "");
+}
+
+TEST(CheckTableCommand, FailsWhenTheReportCannotBeWritten) {
+  const std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN) + " " +
+                              ShellQuote(Fixture("tables.xml")) + " >/dev/full 2>/dev/null";
+  const int raw_status = std::system(command.c_str());
+  ASSERT_TRUE(raw_status != -1 && WIFEXITED(raw_status));
+  EXPECT_EQ(WEXITSTATUS(raw_status), 2);
 }
 
 TEST(CheckTableCommand, ReportsAMissingFileAndChecksNothing) {
@@ -310,6 +348,53 @@ TEST(CheckTableCommand, OmitsWarningsInJsonWhenTheLoaderHadNone) {
   EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "tables", "summary"));
 }
 
+TEST(CheckTableCommand, KeepsTheLoaderWarningsBeforeALoadError) {
+  const std::string path = Fixture("warning_then_error.xml");
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 2);
+  EXPECT_EQ(text.out, "");
+  const std::vector<std::string> lines = Lines(text.err);
+  ASSERT_EQ(lines.size(), 2u) << text.err;
+  EXPECT_EQ(lines[0], path + ":3:36: warning: unknown attribute 'colour' of <struct> is ignored");
+  EXPECT_EQ(lines[1], path + ":5:21: error: entry 'v': type 'nosuchtype' is neither a base type "
+                             "nor a struct or union defined earlier");
+
+  const CommandResult json = RunCheckTable({"-f", "json", path});
+  EXPECT_EQ(json.status, 2);
+  EXPECT_EQ(json.err, "");
+  const OrderedJson report = OrderedJson::parse(json.out);
+  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "error", "warnings"));
+  EXPECT_EQ(report.at("error"),
+            OrderedJson({{"line", 5},
+                         {"column", 21},
+                         {"message", "entry 'v': type 'nosuchtype' is neither a base type nor a "
+                                     "struct or union defined earlier"}}));
+  EXPECT_EQ(report.at("warnings"),
+            OrderedJson::array({OrderedJson({{"file", path},
+                                             {"line", 3},
+                                             {"column", 36},
+                                             {"message", "unknown attribute 'colour' of <struct> "
+                                                         "is ignored"}})}));
+}
+
+TEST(CheckTableCommand, ChecksASchemaSavedInGbk) {
+  // The file is GBK: its Chinese field name reaches the checker, and the report, as UTF-8.
+  const std::string path = Fixture("gbk.xml");
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_EQ(text.err, "");
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":3: ok: player (generic, old-style definition)",
+                          path + ":7: error: pet: CheckFieldNameLength failed! table:'pet',"
+                                 "ret:-18 [ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR]",
+                          "    field name[\xE7\xAD\x89\xE7\xBA\xA7] has illegal character.",
+                          "2 tables checked, 1 failed"));
+  const Json entry = TableIn(ParseReport(RunCheckTable({"-f", "json", path})), "pet")
+                         .at("checks")[1];
+  EXPECT_TRUE(HasLogLine(entry, 300, "CheckFieldNameLength",
+                         "field name[\xE7\xAD\x89\xE7\xBA\xA7] has illegal character."));
+}
+
 // ---- Table selection -----------------------------------------------------------------------
 
 TEST(CheckTableCommand, ChecksEveryStructWithAPrimaryKeyInFileOrder) {
@@ -351,10 +436,10 @@ TEST(CheckTableCommand, ChecksANamedTableTheSchemaLacks) {
   const std::string message = "Get meta info failed, please check the table name! table:'nosuch'";
   const CommandResult text = RunCheckTable({"-t", "nosuch", path});
   EXPECT_EQ(text.status, 1);
+  // Both checks fail with the same message: the table still gets one line.
   EXPECT_THAT(
       Lines(text.out),
       ElementsAre(path + ": error: nosuch: " + message + " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
-                  path + ": error: nosuch: " + message + " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
                   "1 table checked, 1 failed"));
 
   const CommandResult json = RunCheckTable({"-t", "nosuch", "-f", "json", path});
@@ -377,6 +462,110 @@ TEST(CheckTableCommand, ChecksANamedTableTheSchemaLacks) {
   EXPECT_EQ(entry.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
   EXPECT_EQ(entry.at("message"), message);
   EXPECT_TRUE(HasLogLine(entry, 300, "VelmoraCheckTable", message));
+}
+
+TEST(CheckTableCommand, ChecksATableNamedTwiceEachTime) {
+  const std::string path = Fixture("tables.xml");
+  const CommandResult result = RunCheckTable({"-t", "zeta", "-t", "alpha", "-t", "zeta", path});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":11: ok: zeta (generic, old-style definition)",
+                          path + ":15: ok: alpha (generic)",
+                          path + ":11: ok: zeta (generic, old-style definition)",
+                          "3 tables checked, 0 failed"));
+  // -t takes one name: a second word is the schema, and a third one is too many.
+  const CommandResult extra = RunCheckTable({"-t", "zeta", "alpha", path});
+  EXPECT_EQ(extra.status, 2);
+  EXPECT_EQ(extra.out, "");
+}
+
+TEST(CheckTableCommand, ReportsSchemaTableNamesThatBreakTheNameRules) {
+  // Such names load; the name rules of both the attribute check and the entry point refuse them,
+  // and a '%' in a name stays a plain character.
+  const std::string path = Fixture("names.xml");
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":3: error: 9lives: table name startswith digit. "
+                                 "[ERROR_TABLE_NAME_STARTWITH_DIGIT]",
+                          path + ":7: error: hp%n%s: table name has illegal character. "
+                                 "[ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR]",
+                          "2 tables checked, 2 failed"));
+
+  const Json report = ParseReport(RunCheckTable({"-f", "json", path}));
+  const Json digits = TableIn(report, "9lives");
+  EXPECT_EQ(digits.at("line"), 3);
+  ASSERT_EQ(digits.at("checks").size(), 3u);
+  for (int i = 0; i < 2; ++i) {
+    const Json& check = digits.at("checks")[i];
+    EXPECT_EQ(check.at("result"), -12);
+    EXPECT_EQ(check.at("code"), "ERROR_TABLE_NAME_STARTWITH_DIGIT");
+    EXPECT_EQ(check.at("message"), "table name startswith digit.");
+    EXPECT_TRUE(
+        HasLogLine(check, 300, "CheckTableNameValidity", "table name startswith digit."));
+  }
+  // The meta exists, so the refer check runs, and passes.
+  EXPECT_EQ(digits.at("checks")[2].at("result"), 0);
+  const Json percent = TableIn(report, "hp%n%s");
+  EXPECT_EQ(percent.at("checks")[1].at("result"), -13);
+  EXPECT_EQ(percent.at("checks")[1].at("message"), "table name has illegal character.");
+}
+
+TEST(CheckTableCommand, ChecksANamedTableWithPercentSignsAsPlainText) {
+  const std::string path = Fixture("tables.xml");
+  const CommandResult result = RunCheckTable({"-f", "json", "-t", "a%n%s%%", path});
+  EXPECT_EQ(result.status, 1);
+  const Json table = TableIn(ParseReport(result), "a%n%s%%");
+  EXPECT_TRUE(table.at("line").is_null());
+  EXPECT_EQ(table.at("checks").size(), 2u);
+  EXPECT_EQ(table.at("checks")[1].at("result"), -13);
+  EXPECT_EQ(table.at("checks")[1].at("message"), "table name has illegal character.");
+  EXPECT_THAT(Lines(RunCheckTable({"-t", "a%n%s%%", path}).out),
+              ElementsAre(path + ": error: a%n%s%%: table name has illegal character. "
+                                 "[ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR]",
+                          "1 table checked, 1 failed"));
+}
+
+TEST(CheckTableCommand, ChecksFiveThousandTablesOfATenMegabyteSchemaQuickly) {
+  char dir_template[] = "/tmp/velmora-cli-big-XXXXXX";
+  const char* dir = mkdtemp(dir_template);
+  ASSERT_NE(dir, nullptr);
+  const std::string path = std::string(dir) + "/big.xml";
+  {
+    std::ofstream out(path, std::ios::binary);
+    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<metalib name=\"big\" version=\"1\">\n";
+    const std::string desc(1200, 'x');
+    for (int t = 0; t < 5000; ++t) {
+      out << "  <struct name=\"t" << t << "\" primarykey=\"id\" customattr2=\"TableType=GENERIC\""
+          << " desc=\"" << desc << "\">\n    <entry name=\"id\" type=\"uint32\"/>\n";
+      for (int e = 0; e < 8; ++e) {
+        out << "    <entry name=\"f" << e << "\" type=\"string\" size=\"64\"/>\n";
+      }
+      out << "  </struct>\n";
+    }
+    out << "</metalib>\n";
+  }
+  const auto start = std::chrono::steady_clock::now();
+  const CommandResult text = RunCheckTable({path});
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const CommandResult json = RunCheckTable({"-f", "json", "-t", "t4999", "-t", "t0", path});
+  std::remove(path.c_str());
+  rmdir(dir);
+
+  EXPECT_EQ(text.status, 0);
+  const std::vector<std::string> lines = Lines(text.out);
+  ASSERT_EQ(lines.size(), 5001u);
+  EXPECT_EQ(lines[0], path + ":3: ok: t0 (generic)");
+  EXPECT_EQ(lines[4999], path + ":" + std::to_string(3 + 4999 * 11) + ": ok: t4999 (generic)");
+  EXPECT_EQ(lines[5000], "5000 tables checked, 0 failed");
+  // Half a second in an optimised build; the bound leaves room for sanitizers and busy machines.
+  EXPECT_LT(seconds, 60.0);
+  EXPECT_EQ(json.status, 0);
+  const Json report = ParseReport(json);
+  ASSERT_EQ(report.at("tables").size(), 2u);
+  EXPECT_EQ(report.at("tables")[0].at("line"), 3 + 4999 * 11);
+  EXPECT_EQ(report.at("tables")[1].at("line"), 3);
 }
 
 TEST(CheckTableCommand, ReportsNoTablesForASchemaOfEntryTypesOnly) {
@@ -403,6 +592,25 @@ TEST(CheckTableCommand, PrintsAFailingCheckWithItsErrorLines) {
                           "    repeated field name in primary key, invalid! entry_name:'uid' "
                           "table='badkey'",
                           "2 tables checked, 1 failed"));
+}
+
+TEST(CheckTableCommand, PrintsOneLinePerTableWithEveryFailingCheckUnderIt) {
+  // The attributes, the value fields and the arrays of bag are all wrong: the first failing check
+  // makes the headline, each later one adds its message and code under it.
+  const std::string path = Fixture("several_failures.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "");
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":3: error: bag: table_type is generic,but customattr has contain "
+                                 "ListNum or SortFieldNum or SortRule,don't forget to check the "
+                                 "entry's customattr2. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "    CheckValueField failed! table:'bag',ret:-16 "
+                          "[ERROR_FIELD_TYPE_ILLEGAL]",
+                          "    The entry type is not supported! entry_name:'nick' table='bag'",
+                          "    these entry have 'count' without 'refer' : slots  "
+                          "[ERROR_COUNT_WITHNOT_REFER]",
+                          "1 table checked, 1 failed"));
 }
 
 TEST(CheckTableCommand, AcceptsTextAsAnExplicitFormat) {
@@ -767,6 +975,52 @@ TEST(CheckTableCommand, FailsEachTableOfTheBrokenExampleOnOneCheck) {
     }
     EXPECT_EQ(failed_checks, 1) << table.at("table");
   }
+}
+
+// ---- The README ----------------------------------------------------------------------------
+
+std::string Readme() { return ReadFile(std::string(VELMORA_EXAMPLES_DIR) + "/../README.md"); }
+
+TEST(CheckTableCommand, ShowsInTheReadmeARealLineOfTheBrokenExample) {
+  // The README's sample, with the path as a newcomer types it from the project root.
+  const std::vector<std::string> readme = Lines(Readme());
+  std::vector<std::string> sample;
+  for (size_t i = 0; i < readme.size(); ++i) {
+    if (readme[i].rfind("    examples/broken.xml:", 0) != 0) continue;
+    sample.push_back(readme[i].substr(4));
+    for (size_t j = i + 1; j < readme.size() && readme[j].rfind("        ", 0) == 0; ++j) {
+      sample.push_back(readme[j].substr(4));
+    }
+    break;
+  }
+  ASSERT_FALSE(sample.empty()) << "no sample of examples/broken.xml in the README";
+
+  const std::string path = Example("broken.xml");
+  std::vector<std::string> report;
+  for (const std::string& line : Lines(RunCheckTable({path}).out)) {
+    report.push_back(line.rfind(path, 0) == 0 ? "examples/broken.xml" + line.substr(path.size())
+                                              : line);
+  }
+  const auto found = std::search(report.begin(), report.end(), sample.begin(), sample.end());
+  EXPECT_NE(found, report.end()) << "the README's sample is not what the command prints";
+}
+
+TEST(CheckTableCommand, ListsInTheReadmeTheOptionsOfTheHelp) {
+  const std::vector<std::string> help = Lines(RunCheckTable({"--help"}).out);
+  const std::vector<std::string> readme = Lines(Readme());
+  const auto usage = std::find(readme.begin(), readme.end(),
+                               "Usage: velmora-check-table [OPTIONS] SCHEMA");
+  ASSERT_NE(usage, readme.end()) << "no usage block in the README";
+  const auto options = std::find(usage, readme.end(), "Options:");
+  const auto end = std::find(usage, readme.end(), "```");
+  ASSERT_LT(options, end);
+  EXPECT_THAT(help, Contains(*usage));
+  // The README shows the options block of the help, line for line.
+  const auto help_options = std::find(help.begin(), help.end(), "Options:");
+  ASSERT_NE(help_options, help.end());
+  const auto help_end = std::find(help_options, help.end(), "");
+  EXPECT_EQ(std::vector<std::string>(options, end),
+            std::vector<std::string>(help_options, help_end));
 }
 
 }  // namespace

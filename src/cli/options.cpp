@@ -11,17 +11,30 @@ const char* const kDescription =
     "Checks the table definitions of a ZEM XML schema the way the Velmora table store does before\n"
     "it creates or changes a table, and reports every table that the store would refuse.\n"
     "\n"
-    "For each table, three checks run in turn, each on a fresh checker:\n"
-    "  1. CheckTableTypeByCustomAttr: the table attributes (customattr2: TableType, ListNum,\n"
-    "     SortFieldNum, SortRule, DataProtocolType) and the fields' sort marks;\n"
-    "  2. VelmoraCheckTable: table name, primary key, key count against old proxies, value\n"
-    "     fields, split table key, indexes, field names and field sizes;\n"
-    "  3. CheckWhetherCountWithRefer (with --old, CheckWhetherNewEntryCountWithRefer): every\n"
-    "     array field has a refer field (skipped when the schema has no such table).\n"
-    "A table passes when every check returns 0; a table without attributes (an old-style\n"
-    "definition) also passes the first check.";
+    "For each table (by default every struct that has a primary key, in file order), three checks\n"
+    "run in turn, each on a fresh checker:\n"
+    "  1. CheckTableTypeByCustomAttr: the table attributes in customattr2 (TableType, ListNum,\n"
+    "     SortFieldNum, SortRule, DataProtocolType, stringdisplaycharset) and the fields' sort\n"
+    "     marks (customattr2=\"sort1\" to \"sort4\");\n"
+    "  2. VelmoraCheckTable: table name, table kind, primary key, key count against old\n"
+    "     proxies, value fields, split table key, indexes, field names, field sizes (only with\n"
+    "     --server-version) and field names that repeat regardless of letter case. The kind\n"
+    "     is list (1) for a table whose attributes make it a list or sorted list table,\n"
+    "     otherwise generic (0), unless --kind gives one;\n"
+    "  3. CheckWhetherCountWithRefer: every array field (count above 1) has a refer field; with\n"
+    "     --old, CheckWhetherNewEntryCountWithRefer judges only the arrays the change adds.\n"
+    "     Skipped for a table the schema lacks.\n"
+    "A table passes when every check returns 0; a table without customattr2 (an old-style\n"
+    "definition) also passes the first check.\n";
 
 const char* const kFooter =
+    "Reports:\n"
+    "  text  one line per failing table, FILE:LINE: error: TABLE: MESSAGE [CODE], with the\n"
+    "        checker's error lines under it; FILE:LINE: ok: TABLE (KIND) per passing table;\n"
+    "        then a summary line. Loader warnings and errors go to standard error.\n"
+    "  json  one document: per table every check's result, code name, message, attribute\n"
+    "        parse results and log lines (priority, function, file, line, text).\n"
+    "\n"
     "Exit status:\n"
     "  0  every table passed\n"
     "  1  at least one table failed\n"
@@ -31,6 +44,16 @@ const char* const kFooter =
     "  velmora-check-table examples/game.xml\n"
     "  velmora-check-table -t player -t mail --server-version 3.40.0.193000 game.xml\n"
     "  velmora-check-table --old game-before.xml --format json game.xml";
+
+// Why a --kind value is refused, or "" when it is accepted.
+std::string KindError(const std::string& text) {
+  if (ParseTableKind(text)) return std::string();
+  const size_t digits_from = (!text.empty() && (text[0] == '-' || text[0] == '+')) ? 1 : 0;
+  const bool is_integer = digits_from < text.size() &&
+                          text.find_first_not_of("0123456789", digits_from) == std::string::npos;
+  if (is_integer) return "'" + text + "' is outside the int range";
+  return "'" + text + "' is not generic, list or an integer";
+}
 
 }  // namespace
 
@@ -63,41 +86,29 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
       ->required()
       ->type_name("SCHEMA.xml");
   app.add_option("-t,--table", options.tables,
-                 "Check this table (repeatable). A name the schema lacks is still checked, and "
-                 "the checker reports it. Default: every struct that has a primary key, in file "
-                 "order")
+                 "Check this table (repeatable); default: all structs with a primary key")
       ->type_name("NAME")
       ->allow_extra_args(false);
   CLI::Option* kind_option =
-      app.add_option(
-             "-k,--kind", kind_text,
-             "Table kind given to VelmoraCheckTable: generic (0), list (1), or any integer, "
-             "passed as it is. Default: list when the table's attributes make it a list or "
-             "sorted list table, otherwise generic")
+      app.add_option("-k,--kind", kind_text,
+                     "generic (0), list (1) or any integer; default: from table attributes")
           ->type_name("KIND")
-          ->check(CLI::Validator(
-              [](std::string& text) {
-                return ParseTableKind(text) ? std::string()
-                                            : "'" + text + "' is not generic, list or an integer";
-              },
-              "generic|list|INTEGER"));
+          ->check(CLI::Validator([](std::string& text) { return KindError(text); },
+                                 "generic|list|INTEGER"));
   app.add_option("--server-version", options.server_version,
-                 "Minimum server version that will hold the tables; empty skips the field size "
-                 "limits. Default: empty")
+                 "Oldest server version that will hold the tables (enables size limits)")
       ->type_name("V");
   app.add_option("--proxy-version", options.proxy_version,
-                 "Minimum proxy version that will serve the tables. Default: empty")
+                 "Oldest proxy version that will serve the tables; default: empty")
       ->type_name("V");
   app.add_option("--rest-proxy-version", options.rest_proxy_version,
-                 "Minimum REST proxy version, or none when no REST proxy serves the tables. "
-                 "Default: none")
+                 "Oldest REST proxy version, or none (the default): no REST proxy")
       ->type_name("V");
   app.add_flag("--require-data-protocol", options.require_data_protocol,
-               "A table's attributes must name its DataProtocolType");
+               "A table's customattr2 must name its DataProtocolType");
   CLI::Option* old_option =
       app.add_option("--old", old_path,
-                     "The schema as it was before this change: arrays that were already there are "
-                     "not judged again by the refer check")
+                     "The schema before this change: only the arrays it adds are judged")
           ->type_name("OLD.xml");
   app.add_option("-f,--format", format_text, "Report format: text (default) or json")
       ->type_name("FORMAT")

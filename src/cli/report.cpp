@@ -32,14 +32,30 @@ const std::string& HeadlineMessage(const CheckRun& check) {
   return check.message;
 }
 
-void WriteFailedCheck(const std::string& place, const TableRun& table, const CheckRun& check,
-                      std::ostream& out) {
-  const std::string& headline = HeadlineMessage(check);
-  out << place << ": error: " << table.table << ": " << headline << " ["
-      << ResultCodeText(check.result) << "]\n";
-  for (const WlogRecord& line : check.log) {
-    if (line.priority > kShownPriority || line.text == headline) continue;
-    out << "    " << line.text << '\n';
+// A failing table: one compiler-style line for its first failing check, then the error lines of
+// every failing check. A later check that fails for another reason adds its own message and code
+// before its lines. A line that repeats the headline or its own check's message (the entry point's
+// wrapping line, a table name rule that both the attribute check and the entry point apply) is
+// left out.
+void WriteFailedTable(const std::string& place, const TableRun& table, std::ostream& out) {
+  const CheckRun* first = nullptr;
+  for (const CheckRun& check : table.checks) {
+    if (check.passed) continue;
+    const std::string& message = HeadlineMessage(check);
+    if (first == nullptr) {
+      first = &check;
+      out << place << ": error: " << table.table << ": " << message << " ["
+          << ResultCodeText(check.result) << "]\n";
+    } else if (message != HeadlineMessage(*first) || check.result != first->result) {
+      out << "    " << message << " [" << ResultCodeText(check.result) << "]\n";
+    }
+    const std::string& headline = HeadlineMessage(*first);
+    for (const WlogRecord& line : check.log) {
+      if (line.priority > kShownPriority || line.text == message || line.text == headline) {
+        continue;
+      }
+      out << "    " << line.text << '\n';
+    }
   }
 }
 
@@ -102,8 +118,41 @@ Json WarningJson(const ZemLoadMessage& warning) {
   return json;
 }
 
+Json WarningsJson(const std::vector<ZemLoadMessage>& warnings) {
+  Json json = Json::array();
+  for (const ZemLoadMessage& warning : warnings) json.push_back(WarningJson(warning));
+  return json;
+}
+
+Json TableJson(const TableRun& table) {
+  Json json;
+  json["table"] = TextJson(table.table);
+  json["line"] = table.line ? Json(*table.line) : Json(nullptr);
+  json["ok"] = table.ok;
+  Json checks = Json::array();
+  for (const CheckRun& check : table.checks) checks.push_back(CheckJson(check));
+  json["checks"] = std::move(checks);
+  return json;
+}
+
+// Writes a value as it stands at this depth of an indented document: its inner lines are indented
+// by two blanks per level.
+void WriteIndented(const Json& json, int depth, std::ostream& out) {
+  const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace);
+  const std::string indent(static_cast<size_t>(depth) * 2, ' ');
+  size_t from = 0;
+  for (size_t newline = text.find('\n'); newline != std::string::npos;
+       newline = text.find('\n', from)) {
+    out.write(text.data() + from, static_cast<std::streamsize>(newline + 1 - from));
+    out << indent;
+    from = newline + 1;
+  }
+  out.write(text.data() + from, static_cast<std::streamsize>(text.size() - from));
+}
+
 void WriteJson(const Json& json, std::ostream& out) {
-  out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  WriteIndented(json, 0, out);
+  out << '\n';
 }
 
 }  // namespace
@@ -143,53 +192,49 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
       continue;
     }
     ++failed;
-    for (const CheckRun& check : table.checks) {
-      if (!check.passed) WriteFailedCheck(place, table, check, out);
-    }
+    WriteFailedTable(place, table, out);
   }
   const size_t checked = run.tables.size();
   out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed\n";
 }
 
 void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out) {
-  Json json;
-  json["format"] = 1;
   if (!run.loaded) {
+    Json json;
+    json["format"] = 1;
     json["schema"] = TextJson(run.error_schema);
     Json error;
     error["line"] = PositionJson(run.error.line);
     error["column"] = PositionJson(run.error.column);
     error["message"] = TextJson(run.error.text);
     json["error"] = std::move(error);
+    if (!run.warnings.empty()) json["warnings"] = WarningsJson(run.warnings);
     WriteJson(json, out);
     return;
   }
 
-  json["schema"] = TextJson(options.schema_path);
-  Json tables = Json::array();
+  // The document is written one table at a time, so that a schema of thousands of tables never
+  // stands in memory as one JSON tree.
+  out << "{\n  \"format\": 1,\n  \"schema\": ";
+  WriteIndented(TextJson(options.schema_path), 1, out);
+  out << ",\n  \"tables\": [";
   int failed = 0;
-  for (const TableRun& table : run.tables) {
-    if (!table.ok) ++failed;
-    Json entry;
-    entry["table"] = TextJson(table.table);
-    entry["line"] = table.line ? Json(*table.line) : Json(nullptr);
-    entry["ok"] = table.ok;
-    Json checks = Json::array();
-    for (const CheckRun& check : table.checks) checks.push_back(CheckJson(check));
-    entry["checks"] = std::move(checks);
-    tables.push_back(std::move(entry));
+  for (size_t i = 0; i < run.tables.size(); ++i) {
+    if (!run.tables[i].ok) ++failed;
+    out << (i == 0 ? "\n    " : ",\n    ");
+    WriteIndented(TableJson(run.tables[i]), 2, out);
   }
-  json["tables"] = std::move(tables);
+  out << (run.tables.empty() ? "]" : "\n  ]");
   Json summary;
   summary["tables"] = run.tables.size();
   summary["failed"] = failed;
-  json["summary"] = std::move(summary);
+  out << ",\n  \"summary\": ";
+  WriteIndented(summary, 1, out);
   if (!run.warnings.empty()) {
-    Json warnings = Json::array();
-    for (const ZemLoadMessage& warning : run.warnings) warnings.push_back(WarningJson(warning));
-    json["warnings"] = std::move(warnings);
+    out << ",\n  \"warnings\": ";
+    WriteIndented(WarningsJson(run.warnings), 1, out);
   }
-  WriteJson(json, out);
+  out << "\n}\n";
 }
 
 int WriteReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,

@@ -1,6 +1,7 @@
 #include "cli/run_checks.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "common/check_table.h"
@@ -89,11 +90,20 @@ CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta) {
   return run;
 }
 
-std::optional<int> TableLine(const ZemLoadResult& schema, const std::string& table) {
-  for (const ZemMetaInfo& meta : schema.metas) {
-    if (meta.name == table) return meta.line;
-  }
-  return std::nullopt;
+// The line of each struct and union element, by name: a schema may hold thousands of tables.
+using MetaLines = std::unordered_map<std::string, int>;
+
+MetaLines LinesOfMetas(const ZemLoadResult& schema) {
+  MetaLines lines;
+  lines.reserve(schema.metas.size());
+  for (const ZemMetaInfo& meta : schema.metas) lines.emplace(meta.name, meta.line);
+  return lines;
+}
+
+std::optional<int> TableLine(const MetaLines& lines, const std::string& table) {
+  const auto found = lines.find(table);
+  if (found == lines.end()) return std::nullopt;
+  return found->second;
 }
 
 std::vector<std::string> TablesToCheck(const ZemLoadResult& schema, const CheckOptions& options) {
@@ -105,12 +115,11 @@ std::vector<std::string> TablesToCheck(const ZemLoadResult& schema, const CheckO
   return tables;
 }
 
-TableRun CheckOneTable(const ZemLoadResult& schema, LPZEMMETALIB old_metalib,
+TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALIB old_metalib,
                        const std::string& table, const CheckOptions& options) {
-  LPZEMMETALIB metalib = schema.metalib.get();
   TableRun run;
   run.table = table;
-  run.line = TableLine(schema, table);
+  run.line = TableLine(lines, table);
 
   CheckRun table_type_run = RunTableTypeCheck(metalib, table, options);
   const int kind = TableKindFor(table_type_run, options);
@@ -176,8 +185,10 @@ SchemaRun RunChecks(const CheckOptions& options) {
   }
 
   run.loaded = true;
+  const MetaLines lines = LinesOfMetas(schema);
   for (const std::string& table : TablesToCheck(schema, options)) {
-    run.tables.push_back(CheckOneTable(schema, old_schema.metalib.get(), table, options));
+    run.tables.push_back(
+        CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(), table, options));
   }
   return run;
 }

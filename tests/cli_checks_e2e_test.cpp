@@ -1,0 +1,571 @@
+// velmora-check-table end to end, one store rule at a time: each schema under fixtures/cli/checks
+// breaks one rule, and the command must name the rule's result code, its exact message and the
+// checker's log lines in JSON, and the compiler-style headline with the lines that name the field
+// at fault in text.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+using Json = nlohmann::json;
+
+struct CommandResult {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string ShellQuote(const std::string& text) {
+  std::string quoted = "'";
+  for (char c : text) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + "'";
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Runs the command with these arguments and collects what it printed and its exit status.
+CommandResult RunCheckTable(const std::vector<std::string>& args) {
+  char dir_template[] = "/tmp/velmora-cli-checks-XXXXXX";
+  const char* dir = mkdtemp(dir_template);
+  CommandResult result;
+  if (dir == nullptr) {
+    ADD_FAILURE() << "cannot make a temporary directory";
+    return result;
+  }
+  const std::string out_path = std::string(dir) + "/out";
+  const std::string err_path = std::string(dir) + "/err";
+  std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN);
+  for (const std::string& arg : args) command += " " + ShellQuote(arg);
+  command += " </dev/null >" + ShellQuote(out_path) + " 2>" + ShellQuote(err_path);
+  const int raw_status = std::system(command.c_str());
+  if (raw_status != -1 && WIFEXITED(raw_status)) {
+    result.status = WEXITSTATUS(raw_status);
+  } else {
+    ADD_FAILURE() << "the command did not exit normally: " << command;
+  }
+  result.out = ReadFile(out_path);
+  result.err = ReadFile(err_path);
+  std::remove(out_path.c_str());
+  std::remove(err_path.c_str());
+  rmdir(dir);
+  return result;
+}
+
+std::string Fixture(const std::string& name) {
+  return std::string(VELMORA_FIXTURES_DIR) + "/cli/checks/" + name;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  std::string line;
+  while (std::getline(in, line)) lines.push_back(line);
+  return lines;
+}
+
+// Runs the command in JSON and returns the report of one table; the run's exit status must be 1.
+Json FailingTable(const std::string& table, std::vector<std::string> args) {
+  args.insert(args.begin(), {"--format", "json"});
+  const CommandResult result = RunCheckTable(args);
+  EXPECT_EQ(result.status, 1) << result.out << result.err;
+  EXPECT_EQ(result.err, "");
+  const Json report = Json::parse(result.out, nullptr, false);
+  EXPECT_FALSE(report.is_discarded()) << "not JSON:\n" << result.out;
+  if (report.is_discarded()) return Json::object();
+  for (const Json& entry : report.at("tables")) {
+    if (entry.at("table") == table) {
+      EXPECT_EQ(entry.at("ok"), false);
+      EXPECT_EQ(entry.at("checks").size(), 3u);
+      return entry;
+    }
+  }
+  ADD_FAILURE() << "no table " << table << " in the report";
+  return Json::object();
+}
+
+// A log line as (priority, function, text).
+using LogLine = std::tuple<int, std::string, std::string>;
+
+// The lines a check logged at error priority, in order.
+std::vector<LogLine> ErrorLines(const Json& check) {
+  std::vector<LogLine> lines;
+  for (const Json& line : check.at("log")) {
+    EXPECT_THAT(line.at("file").get<std::string>(), StartsWith("src/common/check_table"));
+    if (line.at("priority").get<int>() <= 300) {
+      lines.emplace_back(line.at("priority"), line.at("function"), line.at("text"));
+    }
+  }
+  return lines;
+}
+
+// The attribute check of a table without customattr2: an old-style definition, which passes.
+void ExpectOldStyleDefinition(const Json& check) {
+  EXPECT_EQ(check.at("check"), "CheckTableTypeByCustomAttr");
+  EXPECT_EQ(check.at("result"), -46);
+  EXPECT_EQ(check.at("code"), "ERROR_OLD_TABLE_DEFINE");
+  EXPECT_EQ(check.at("message"), "");
+  EXPECT_THAT(ErrorLines(check), IsEmpty());
+}
+
+void ExpectPassingReferCheck(const Json& check) {
+  EXPECT_EQ(check.at("check"), "CheckWhetherCountWithRefer");
+  EXPECT_EQ(check.at("result"), 0);
+  EXPECT_EQ(check.at("code"), "CHECK_TABLE_SUCCESS");
+  EXPECT_EQ(check.at("report"), "");
+}
+
+// The entry point's check with its result, code and message.
+void ExpectTableCheck(const Json& check, int kind, int result, const std::string& code,
+                      const std::string& message) {
+  EXPECT_EQ(check.at("check"), "VelmoraCheckTable");
+  EXPECT_EQ(check.at("kind"), kind);
+  EXPECT_EQ(check.at("result"), result);
+  EXPECT_EQ(check.at("code"), code);
+  EXPECT_EQ(check.at("message"), message);
+}
+
+// ---- The primary key -----------------------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsAKeyFieldMissingFromAnIndexOfATableWithoutSplitKey) {
+  const std::string path = Fixture("primary_key.xml");
+  const Json table = FailingTable("account", {path});
+  EXPECT_EQ(table.at("line"), 4);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -4, "ERROR_PRIMARYKEY_FIELD",
+                   "CheckPrimaryKey failed! table:'account',ret:-4");
+  EXPECT_THAT(
+      ErrorLines(entry),
+      ElementsAre(LogLine{300, "CheckWhetherIndex",
+                          "Splittablekey field is not belong to index field! "
+                          "Splittablekey:'zone',table:'account'"},
+                  LogLine{300, "CheckPrimaryKey",
+                          "The index field has not include primarykey if splittablekey not "
+                          "exist! primarykey:'zone' table:'account'"},
+                  LogLine{300, "VelmoraCheckTable",
+                          "CheckPrimaryKey failed! table:'account',ret:-4"}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_EQ(text.err, "");
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: account: CheckPrimaryKey failed! table:'account',"
+                                 "ret:-4 [ERROR_PRIMARYKEY_FIELD]",
+                          "    Splittablekey field is not belong to index field! "
+                          "Splittablekey:'zone',table:'account'",
+                          "    The index field has not include primarykey if splittablekey not "
+                          "exist! primarykey:'zone' table:'account'",
+                          "1 table checked, 1 failed"));
+}
+
+// ---- The key count that old proxies serve --------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsFiveKeyFieldsBehindAProxyOlderThan3370) {
+  const std::string path = Fixture("key_count.xml");
+  const std::string message =
+      "This table:shard_stat 's key num:5 is more than 4,proxy version need >= 3.37.0,"
+      "but now is :3.36.0";
+  const Json table = FailingTable("shard_stat", {"--proxy-version", "3.36.0", path});
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -2, "CHECK_TABLE_ERROR_SYSTEM_ERROR", message);
+  EXPECT_THAT(ErrorLines(entry), ElementsAre(LogLine{300, "VelmoraCheckTable", message}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+
+  const CommandResult text = RunCheckTable({"--proxy-version", "3.36.0", path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: shard_stat: " + message +
+                              " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "1 table checked, 1 failed"));
+}
+
+TEST(CheckTableCommandRules, ReportsFiveKeyFieldsBehindARestProxyOlderThan3370) {
+  const std::string path = Fixture("key_count.xml");
+  const std::string message =
+      "This table:shard_stat 's key num:5 is more than 4,rest proxy version need >= 3.37.0,"
+      "but now is :3.36.0";
+  const std::vector<std::string> versions = {"--proxy-version", "3.37.0", "--rest-proxy-version",
+                                             "3.36.0"};
+  std::vector<std::string> args = versions;
+  args.push_back(path);
+  const Json table = FailingTable("shard_stat", args);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -2, "CHECK_TABLE_ERROR_SYSTEM_ERROR", message);
+  EXPECT_THAT(ErrorLines(entry), ElementsAre(LogLine{300, "VelmoraCheckTable", message}));
+
+  const CommandResult text = RunCheckTable(args);
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: shard_stat: " + message +
+                              " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "1 table checked, 1 failed"));
+}
+
+TEST(CheckTableCommandRules, ServesFiveKeyFieldsFromProxy3370On) {
+  const std::string path = Fixture("key_count.xml");
+  const CommandResult result = RunCheckTable({"--proxy-version", "3.37.0", path});
+  EXPECT_EQ(result.status, 0) << result.out;
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":4: ok: shard_stat (generic, old-style definition)",
+                          "1 table checked, 0 failed"));
+}
+
+// ---- Value fields --------------------------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsAValueFieldOfATypeTheStoreCannotHold) {
+  const std::string path = Fixture("value_field.xml");
+  const Json table = FailingTable("article", {path});
+  EXPECT_EQ(table.at("line"), 4);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -16, "ERROR_FIELD_TYPE_ILLEGAL",
+                   "CheckValueField failed! table:'article',ret:-16");
+  EXPECT_THAT(ErrorLines(entry),
+              ElementsAre(LogLine{300, "CheckValueField",
+                                  "The entry type is not supported! entry_name:'title' "
+                                  "table='article'"},
+                          LogLine{300, "VelmoraCheckTable",
+                                  "CheckValueField failed! table:'article',ret:-16"}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+}
+
+TEST(CheckTableCommandRules, ReportsAStringArrayAndKeepsThePercentSignOfItsName) {
+  const std::string path = Fixture("value_field.xml");
+  const Json table = FailingTable("labels", {path});
+  EXPECT_EQ(table.at("line"), 9);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -16, "ERROR_FIELD_TYPE_ILLEGAL",
+                   "CheckValueField failed! table:'labels',ret:-16");
+  // The name "tag%n" is copied as it stands: it never acts as a conversion.
+  EXPECT_THAT(ErrorLines(entry),
+              ElementsAre(LogLine{300, "CheckValueField",
+                                  "these string entry should not have 'count' attribute : tag%n "},
+                          LogLine{300, "VelmoraCheckTable",
+                                  "CheckValueField failed! table:'labels',ret:-16"}));
+  // The array has its refer, so the refer check passes.
+  ExpectPassingReferCheck(table.at("checks")[2]);
+}
+
+TEST(CheckTableCommandRules, PrintsTheValueFieldAtFaultUnderTheHeadline) {
+  const std::string path = Fixture("value_field.xml");
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_EQ(text.err, "");
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: article: CheckValueField failed! table:'article',"
+                                 "ret:-16 [ERROR_FIELD_TYPE_ILLEGAL]",
+                          "    The entry type is not supported! entry_name:'title' "
+                          "table='article'",
+                          path + ":9: error: labels: CheckValueField failed! table:'labels',"
+                                 "ret:-16 [ERROR_FIELD_TYPE_ILLEGAL]",
+                          "    these string entry should not have 'count' attribute : tag%n ",
+                          "2 tables checked, 2 failed"));
+}
+
+// ---- The split table key -------------------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsASplitTableKeyOutsideThePrimaryKey) {
+  const std::string path = Fixture("split_key.xml");
+  const Json table = FailingTable("guild", {path});
+  EXPECT_EQ(table.at("line"), 4);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -5, "ERROR_SPLITTABLE_FIELD",
+                   "CheckSplittableKey failed! table:'guild',ret:-5");
+  EXPECT_THAT(ErrorLines(entry),
+              ElementsAre(LogLine{300, "CheckWhetherPrimaryKey",
+                                  "Entry is not belong to primarykey!Entry:'region' table:'guild'"},
+                          LogLine{300, "CheckSplittableKey",
+                                  "Primaykey must include splittablekey! "
+                                  "Splittablekey:'region',table:'guild' "},
+                          LogLine{300, "VelmoraCheckTable",
+                                  "CheckSplittableKey failed! table:'guild',ret:-5"}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: guild: CheckSplittableKey failed! table:'guild',"
+                                 "ret:-5 [ERROR_SPLITTABLE_FIELD]",
+                          "    Entry is not belong to primarykey!Entry:'region' table:'guild'",
+                          "    Primaykey must include splittablekey! "
+                          "Splittablekey:'region',table:'guild' ",
+                          "1 table checked, 1 failed"));
+}
+
+// ---- Indexes -------------------------------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsAnIndexOverAValueField) {
+  const std::string path = Fixture("index.xml");
+  const Json table = FailingTable("hero", {path});
+  EXPECT_EQ(table.at("line"), 4);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -6, "ERROR_INDEX_FIELD", "CheckIndex failed! table:'hero',ret:-6");
+  EXPECT_THAT(ErrorLines(entry),
+              ElementsAre(LogLine{300, "CheckWhetherPrimaryKey",
+                                  "Entry is not belong to primarykey!Entry:'level' table:'hero'"},
+                          LogLine{300, "CheckIndex",
+                                  "The index field should be primarykey field! index:'level', "
+                                  "table:'hero'"},
+                          LogLine{300, "VelmoraCheckTable",
+                                  "CheckIndex failed! table:'hero',ret:-6"}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: hero: CheckIndex failed! table:'hero',ret:-6 "
+                                 "[ERROR_INDEX_FIELD]",
+                          "    Entry is not belong to primarykey!Entry:'level' table:'hero'",
+                          "    The index field should be primarykey field! index:'level', "
+                          "table:'hero'",
+                          "1 table checked, 1 failed"));
+}
+
+// ---- Field names ---------------------------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsAFieldNameWithAnIllegalCharacter) {
+  const std::string path = Fixture("field_name.xml");
+  const Json table = FailingTable("monster", {path});
+  EXPECT_EQ(table.at("line"), 4);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -18, "ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR",
+                   "CheckFieldNameLength failed! table:'monster',ret:-18");
+  EXPECT_THAT(ErrorLines(entry),
+              ElementsAre(LogLine{300, "CheckFieldNameLength",
+                                  "field name[max-hp] has illegal character."},
+                          LogLine{300, "VelmoraCheckTable",
+                                  "CheckFieldNameLength failed! table:'monster',ret:-18"}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: monster: CheckFieldNameLength failed! "
+                                 "table:'monster',ret:-18 [ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR]",
+                          "    field name[max-hp] has illegal character.",
+                          "1 table checked, 1 failed"));
+}
+
+// ---- Field sizes ---------------------------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsEveryFieldOverItsSizeLimitForTheServerVersion) {
+  const std::string path = Fixture("field_size.xml");
+  const Json table = FailingTable("replay", {"--server-version", "3.29.0", path});
+  EXPECT_EQ(table.at("line"), 4);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  // The length check leaves its list in the buffer; the entry point adds no wrapping message.
+  ExpectTableCheck(entry, 0, -35, "ERROR_ENTRY_LENGTH_NOT_LEGAL", "ERR_ENTRY_LEN;code|frames|");
+  EXPECT_THAT(ErrorLines(entry),
+              ElementsAre(LogLine{300, "CheckValueFieldLen",
+                                  "key code length(2000) is greater than 1K"},
+                          LogLine{300, "CheckValueFieldLen",
+                                  "entry frames length(300000) is greater than 256k"},
+                          LogLine{300, "VelmoraCheckTable",
+                                  "CheckFieldNameLength failed! table:'replay', "
+                                  "svrMinVersion:3.29.0"}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+
+  const CommandResult text = RunCheckTable({"--server-version", "3.29.0", path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: replay: ERR_ENTRY_LEN;code|frames| "
+                                 "[ERROR_ENTRY_LENGTH_NOT_LEGAL]",
+                          "    key code length(2000) is greater than 1K",
+                          "    entry frames length(300000) is greater than 256k",
+                          "    CheckFieldNameLength failed! table:'replay', svrMinVersion:3.29.0",
+                          "1 table checked, 1 failed"));
+}
+
+TEST(CheckTableCommandRules, JudgesFieldSizesOnlyWithAServerVersion) {
+  const std::string path = Fixture("field_size.xml");
+  const CommandResult result = RunCheckTable({path});
+  EXPECT_EQ(result.status, 0) << result.out;
+  EXPECT_THAT(Lines(result.out),
+              ElementsAre(path + ":4: ok: replay (generic, old-style definition)",
+                          "1 table checked, 0 failed"));
+}
+
+// ---- Field names repeated regardless of letter case ----------------------------------------
+
+TEST(CheckTableCommandRules, ReportsTwoFieldNamesThatDifferOnlyInLetterCase) {
+  const std::string path = Fixture("repeated_field.xml");
+  const std::string repetition =
+      "using strncasecmp, the field name is repeated. field_name:Level, entry_index:1, "
+      "cmp_field_name:level, cmp_entry_index:2";
+  const std::string message =
+      "CheckRepeatedFieldName failed! table:'pet',ret:-51, err_msg:" + repetition;
+  const Json table = FailingTable("pet", {path});
+  EXPECT_EQ(table.at("line"), 4);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  const Json& entry = table.at("checks")[1];
+  ExpectTableCheck(entry, 0, -51, "ERROR_REPEATED_FIELD_NAME", message);
+  EXPECT_THAT(ErrorLines(entry),
+              ElementsAre(LogLine{300, "CheckRepeatedFieldName", repetition},
+                          LogLine{300, "VelmoraCheckTable", message}));
+  ExpectPassingReferCheck(table.at("checks")[2]);
+
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":4: error: pet: " + message + " [ERROR_REPEATED_FIELD_NAME]",
+                          "    " + repetition, "1 table checked, 1 failed"));
+}
+
+// ---- Arrays and their refer fields ---------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsEveryArrayWithoutReferAlsoInsideAStructField) {
+  const std::string path = Fixture("count_refer.xml");
+  const std::string report = "these entry have 'count' without 'refer' : badges gems medals ";
+  const Json table = FailingTable("backpack", {path});
+  EXPECT_EQ(table.at("line"), 8);
+  ExpectOldStyleDefinition(table.at("checks")[0]);
+  ExpectTableCheck(table.at("checks")[1], 0, 0, "CHECK_TABLE_SUCCESS",
+                   "Table dose not have indexs, table:'backpack'");
+  const Json& refer = table.at("checks")[2];
+  EXPECT_EQ(refer.at("check"), "CheckWhetherCountWithRefer");
+  EXPECT_EQ(refer.at("result"), -36);
+  EXPECT_EQ(refer.at("code"), "ERROR_COUNT_WITHNOT_REFER");
+  EXPECT_EQ(refer.at("message"), "");
+  EXPECT_EQ(refer.at("report"), report);
+  EXPECT_EQ(refer.at("log"), Json::array());
+
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":8: error: backpack: " + report + " [ERROR_COUNT_WITHNOT_REFER]",
+                          "1 table checked, 1 failed"));
+}
+
+TEST(CheckTableCommandRules, ReportsOnlyTheArraysTheChangeAddsWithTheOldSchema) {
+  const std::string path = Fixture("count_refer.xml");
+  const std::string old_path = Fixture("count_refer_old.xml");
+  const std::string report = "these new entry have 'count' without 'refer' : medals ";
+  const Json table = FailingTable("backpack", {"--old", old_path, path});
+  const Json& refer = table.at("checks")[2];
+  EXPECT_EQ(refer.at("check"), "CheckWhetherNewEntryCountWithRefer");
+  EXPECT_EQ(refer.at("result"), -36);
+  EXPECT_EQ(refer.at("code"), "ERROR_COUNT_WITHNOT_REFER");
+  EXPECT_EQ(refer.at("message"), "");
+  EXPECT_EQ(refer.at("report"), report);
+  EXPECT_EQ(refer.at("log"), Json::array());
+
+  const CommandResult text = RunCheckTable({"--old", old_path, path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_EQ(text.err, "");
+  EXPECT_THAT(Lines(text.out),
+              ElementsAre(path + ":8: error: backpack: " + report + " [ERROR_COUNT_WITHNOT_REFER]",
+                          "1 table checked, 1 failed"));
+}
+
+// ---- Table attributes ----------------------------------------------------------------------
+
+TEST(CheckTableCommandRules, ReportsAFieldMarkOnAGenericTable) {
+  const std::string path = Fixture("table_attrs.xml");
+  const std::string message = "table_type is generic,entry field can't contain customattr2.";
+  const Json table = FailingTable("profile", {path});
+  EXPECT_EQ(table.at("line"), 4);
+  const Json& attrs = table.at("checks")[0];
+  EXPECT_EQ(attrs.at("check"), "CheckTableTypeByCustomAttr");
+  EXPECT_EQ(attrs.at("result"), -2);
+  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
+  EXPECT_EQ(attrs.at("message"), message);
+  EXPECT_EQ(attrs.at("table_type"), 0);
+  EXPECT_EQ(attrs.at("list_num"), 0);
+  EXPECT_THAT(ErrorLines(attrs), ElementsAre(LogLine{300, "CheckTableTypeByCustomAttr", message}));
+  ExpectTableCheck(table.at("checks")[1], 0, 0, "CHECK_TABLE_SUCCESS",
+                   "Table dose not have indexs, table:'profile'");
+  ExpectPassingReferCheck(table.at("checks")[2]);
+}
+
+TEST(CheckTableCommandRules, ReportsASortRuleOnAPlainListTable) {
+  const std::string path = Fixture("table_attrs.xml");
+  const std::string message =
+      "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to "
+      "check the entry's customattr2.";
+  const Json table = FailingTable("mailbox", {path});
+  EXPECT_EQ(table.at("line"), 9);
+  const Json& attrs = table.at("checks")[0];
+  EXPECT_EQ(attrs.at("result"), -2);
+  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
+  EXPECT_EQ(attrs.at("message"), message);
+  // The parse got as far as the list size before it failed.
+  EXPECT_EQ(attrs.at("table_type"), 1);
+  EXPECT_EQ(attrs.at("list_num"), 100);
+  EXPECT_EQ(attrs.at("sort_field_num"), 0);
+  EXPECT_THAT(ErrorLines(attrs),
+              ElementsAre(LogLine{300, "CheckTableTypeByCustomAttr", message}));
+  // A table whose attributes failed is checked as a generic table.
+  ExpectTableCheck(table.at("checks")[1], 0, 0, "CHECK_TABLE_SUCCESS",
+                   "Table dose not have indexs, table:'mailbox'");
+}
+
+TEST(CheckTableCommandRules, ReportsASortFieldThatIsNotANumber) {
+  const std::string path = Fixture("table_attrs.xml");
+  const std::string message =
+      "sortfield(player_name)'s type(21) just support:uint8,uint16,uint32,uint64,int8,int16,"
+      "int32,int64,float,double";
+  const Json table = FailingTable("leaderboard", {path});
+  EXPECT_EQ(table.at("line"), 14);
+  const Json& attrs = table.at("checks")[0];
+  EXPECT_EQ(attrs.at("result"), -1);
+  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_INVALID_PARAMETER");
+  EXPECT_EQ(attrs.at("message"), message);
+  EXPECT_EQ(attrs.at("table_type"), 2);
+  EXPECT_EQ(attrs.at("list_num"), 100);
+  EXPECT_EQ(attrs.at("sort_field_num"), 1);
+  EXPECT_EQ(attrs.at("sort_rule"), 1);
+  EXPECT_THAT(ErrorLines(attrs), ElementsAre(LogLine{300, "CheckTableTypeByCustomAttr", message}));
+  ExpectTableCheck(table.at("checks")[1], 0, 0, "CHECK_TABLE_SUCCESS",
+                   "Table dose not have indexs, table:'leaderboard'");
+}
+
+TEST(CheckTableCommandRules, PrintsEachTableAttributeFailureWithItsCode) {
+  const std::string path = Fixture("table_attrs.xml");
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  EXPECT_EQ(text.err, "");
+  EXPECT_THAT(
+      Lines(text.out),
+      ElementsAre(path + ":4: error: profile: table_type is generic,entry field can't contain "
+                         "customattr2. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                  path + ":9: error: mailbox: table_type is list,but customattr has contain "
+                         "SortFieldNum or SortRule,don't forget to check the entry's customattr2. "
+                         "[CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                  path + ":14: error: leaderboard: sortfield(player_name)'s type(21) just "
+                         "support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double "
+                         "[CHECK_TABLE_ERROR_INVALID_PARAMETER]",
+                  "3 tables checked, 3 failed"));
+}
+
+}  // namespace
