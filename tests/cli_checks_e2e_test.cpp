@@ -16,6 +16,8 @@
 #include <tuple>
 #include <vector>
 
+#include "cli_test_support.h"
+
 namespace {
 
 using ::testing::ElementsAre;
@@ -23,69 +25,8 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
 
-struct CommandResult {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ShellQuote(const std::string& text) {
-  std::string quoted = "'";
-  for (char c : text) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  return quoted + "'";
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-// Runs the command with these arguments and collects what it printed and its exit status.
-CommandResult RunCheckTable(const std::vector<std::string>& args) {
-  char dir_template[] = "/tmp/velmora-cli-checks-XXXXXX";
-  const char* dir = mkdtemp(dir_template);
-  CommandResult result;
-  if (dir == nullptr) {
-    ADD_FAILURE() << "cannot make a temporary directory";
-    return result;
-  }
-  const std::string out_path = std::string(dir) + "/out";
-  const std::string err_path = std::string(dir) + "/err";
-  std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN);
-  for (const std::string& arg : args) command += " " + ShellQuote(arg);
-  command += " </dev/null >" + ShellQuote(out_path) + " 2>" + ShellQuote(err_path);
-  const int raw_status = std::system(command.c_str());
-  if (raw_status != -1 && WIFEXITED(raw_status)) {
-    result.status = WEXITSTATUS(raw_status);
-  } else {
-    ADD_FAILURE() << "the command did not exit normally: " << command;
-  }
-  result.out = ReadFile(out_path);
-  result.err = ReadFile(err_path);
-  std::remove(out_path.c_str());
-  std::remove(err_path.c_str());
-  rmdir(dir);
-  return result;
-}
-
 std::string Fixture(const std::string& name) {
   return std::string(VELMORA_FIXTURES_DIR) + "/cli/checks/" + name;
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  std::string line;
-  while (std::getline(in, line)) lines.push_back(line);
-  return lines;
 }
 
 // Runs the command in JSON and returns the report of one table; the run's exit status must be 1.

@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "cli_test_support.h"
+
 namespace {
 
 using ::testing::AllOf;
@@ -25,73 +27,12 @@ using ::testing::StartsWith;
 using Json = nlohmann::json;
 using OrderedJson = nlohmann::ordered_json;
 
-struct CommandResult {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ShellQuote(const std::string& text) {
-  std::string quoted = "'";
-  for (char c : text) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  return quoted + "'";
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-// Runs the command with these arguments and collects what it printed and its exit status.
-CommandResult RunCheckTable(const std::vector<std::string>& args) {
-  char dir_template[] = "/tmp/velmora-cli-e2e-XXXXXX";
-  const char* dir = mkdtemp(dir_template);
-  CommandResult result;
-  if (dir == nullptr) {
-    ADD_FAILURE() << "cannot make a temporary directory";
-    return result;
-  }
-  const std::string out_path = std::string(dir) + "/out";
-  const std::string err_path = std::string(dir) + "/err";
-  std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN);
-  for (const std::string& arg : args) command += " " + ShellQuote(arg);
-  command += " </dev/null >" + ShellQuote(out_path) + " 2>" + ShellQuote(err_path);
-  const int raw_status = std::system(command.c_str());
-  if (raw_status != -1 && WIFEXITED(raw_status)) {
-    result.status = WEXITSTATUS(raw_status);
-  } else {
-    ADD_FAILURE() << "the command did not exit normally: " << command;
-  }
-  result.out = ReadFile(out_path);
-  result.err = ReadFile(err_path);
-  std::remove(out_path.c_str());
-  std::remove(err_path.c_str());
-  rmdir(dir);
-  return result;
-}
-
 std::string Fixture(const std::string& name) {
   return std::string(VELMORA_FIXTURES_DIR) + "/cli/" + name;
 }
 
 std::string Example(const std::string& name) {
   return std::string(VELMORA_EXAMPLES_DIR) + "/" + name;
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  std::string line;
-  while (std::getline(in, line)) lines.push_back(line);
-  return lines;
 }
 
 std::vector<std::string> Keys(const OrderedJson& object) {
