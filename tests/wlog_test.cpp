@@ -324,3 +324,15 @@ TEST(WlogCheckerEvents, CarryPriorityLocationAndZeroClassFields) {
 }
 
 }  // namespace
+
+TEST(WlogMemorySinkTest, TakeRecordsHandsOverTheLinesAndEmptiesTheSink) {
+  WlogMemorySink sink;
+  tagWLogCategoryInst category = WlogCategoryFor(&sink);
+  WLOGEVENT event = {};
+  event.evt_priority = WLOG_PRIORITY_ERROR;
+  ASSERT_EQ(wlog_category_logv(&category, &event, "%s", "first"), 0);
+  const std::vector<WlogRecord> taken = sink.TakeRecords();
+  ASSERT_EQ(taken.size(), 1u);
+  EXPECT_EQ(taken[0].text, "first");
+  EXPECT_TRUE(sink.records().empty());
+}

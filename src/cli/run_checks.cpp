@@ -19,7 +19,7 @@ class CheckLog {
   CheckLog& operator=(const CheckLog&) = delete;
 
   LPWLOGCATEGORYINST handle() { return &category_; }
-  std::vector<WlogRecord> TakeLines() { return sink_.records(); }
+  std::vector<WlogRecord> TakeLines() { return sink_.TakeRecords(); }
 
  private:
   WlogMemorySink sink_;

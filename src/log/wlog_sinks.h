@@ -28,6 +28,12 @@ class WlogMemorySink : public WlogSink {
   void Write(const WLOGEVENT& event) override;
 
   const std::vector<WlogRecord>& records() const { return records_; }
+  // Hands the lines over to the caller and leaves the sink empty.
+  std::vector<WlogRecord> TakeRecords() {
+    std::vector<WlogRecord> taken;
+    taken.swap(records_);
+    return taken;
+  }
   void Clear() { records_.clear(); }
 
  private:
