@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "common/check_table.h"
-#include "log/wlog_sinks.h"
-#include "schema/zem_builder.h"
-#include "schema/zem_xml_loader.h"
+#include <velmora/check_table.h>
+#include <velmora/wlog.h>
+#include <velmora/zem_builder.h>
+#include <velmora/zem_xml_loader.h>
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "check_table_probe.h"
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 #include "test_support.h"
 
 namespace {

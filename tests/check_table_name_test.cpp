@@ -5,7 +5,7 @@
 
 #include "test_support.h"
 #include "check_table_probe.h"
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 
 class CheckTableProbe {
  public:

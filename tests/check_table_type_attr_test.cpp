@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "check_table_probe.h"
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 #include "test_support.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "check_table_probe.h"
-#include "common/check_table.h"
-#include "schema/zem.h"
+#include <velmora/check_table.h>
+#include <velmora/zem.h>
 #include "test_support.h"
 
 namespace {

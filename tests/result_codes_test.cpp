@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/check_table_error.h"
+#include <velmora/check_table_error.h>
 
 namespace {
 

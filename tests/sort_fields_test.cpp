@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 #include "test_support.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "common/string_helpers.h"
+#include <velmora/string_helpers.h>
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "log/wlog_sinks.h"
-#include "schema/zem_builder.h"
+#include <velmora/wlog.h>
+#include <velmora/zem_builder.h>
 
 // A category that records every line at every priority.
 class LogCapture {

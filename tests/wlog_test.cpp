@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "test_support.h"
-#include "common/check_table.h"
-#include "log/wlog.h"
-#include "log/wlog_sinks.h"
+#include <velmora/check_table.h>
+#include <velmora/wlog.h>
 
 namespace {
 

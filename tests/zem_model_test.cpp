@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "test_support.h"
-#include "schema/zem.h"
-#include "schema/zem_builder.h"
+#include <velmora/zem.h>
+#include <velmora/zem_builder.h>
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The ZEM XML loader: what each element and attribute builds, what loads so that the checks can
 // judge it, and every load error with its exact position and words.
-#include "schema/zem_xml_loader.h"
+#include <velmora/zem_xml_loader.h>
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "schema/zem.h"
+#include <velmora/zem.h>
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/utf8.h"
-#include "common/check_table_error.h"
+#include <velmora/check_table_error.h>
 
 namespace {
 

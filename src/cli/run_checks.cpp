@@ -4,7 +4,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 
 namespace {
 

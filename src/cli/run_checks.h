@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "cli/options.h"
-#include "log/wlog_sinks.h"
-#include "schema/zem_xml_loader.h"
+#include <velmora/wlog.h>
+#include <velmora/zem_xml_loader.h>
 
 enum class CheckKind {
   kTableType,      // CheckTableTypeByCustomAttr

@@ -1,12 +1,12 @@
 // The checker object, its reporting funnel and the entry point that runs the table checks in order.
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
 #include "common/check_table_report.h"
-#include "common/string_helpers.h"
+#include <velmora/string_helpers.h>
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 #include "common/check_table_report.h"
-#include "common/string_helpers.h"
+#include <velmora/string_helpers.h>
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "common/check_table_error.h"
+#include <velmora/check_table_error.h>
 
 namespace {
 

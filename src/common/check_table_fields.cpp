@@ -10,9 +10,9 @@
 #include <cstring>
 #include <string>
 
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 #include "common/check_table_report.h"
-#include "common/string_helpers.h"
+#include <velmora/string_helpers.h>
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 #include "common/check_table_report.h"
 
 namespace {

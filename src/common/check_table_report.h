@@ -3,7 +3,7 @@
 #ifndef VELMORA_COMMON_CHECK_TABLE_REPORT_H_
 #define VELMORA_COMMON_CHECK_TABLE_REPORT_H_
 
-#include "common/check_table.h"
+#include <velmora/check_table.h>
 
 #define CHECK_TABLE_LOC (WLOGLOCINFO{__FILE__, __LINE__, __func__, nullptr})
 

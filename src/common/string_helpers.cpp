@@ -1,4 +1,4 @@
-#include "common/string_helpers.h"
+#include <velmora/string_helpers.h>
 
 #include <cctype>
 #include <cstring>

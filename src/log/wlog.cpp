@@ -1,4 +1,4 @@
-#include "log/wlog.h"
+#include <velmora/wlog.h>
 
 #include <cstdio>
 #include <string>

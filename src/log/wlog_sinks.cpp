@@ -1,4 +1,4 @@
-#include "log/wlog_sinks.h"
+#include <velmora/wlog.h>
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "schema/zem.h"
+#include <velmora/zem.h>
 
 #include <cstdio>
 #include <cstring>

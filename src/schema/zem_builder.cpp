@@ -1,4 +1,4 @@
-#include "schema/zem_builder.h"
+#include <velmora/zem_builder.h>
 
 #include <algorithm>
 #include <climits>

@@ -1,4 +1,4 @@
-#include "schema/zem_xml_loader.h"
+#include <velmora/zem_xml_loader.h>
 
 #include <sys/stat.h>
 

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "schema/zem_builder.h"
-#include "schema/zem_xml_loader.h"
+#include <velmora/zem_builder.h>
+#include <velmora/zem_xml_loader.h>
 #include "schema/zem_xml_text.h"
 
 namespace pugi {

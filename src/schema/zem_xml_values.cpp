@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "schema/zem.h"
+#include <velmora/zem.h>
 
 namespace {
 

@@ -1,13 +1,13 @@
 // Loads a ZEM XML schema file into a metalib. The loader rejects only what it cannot build (bad
 // XML, an unknown type, a key or refer naming no field, a size beyond 2147483647 bytes, ...);
 // everything the table checks judge loads, so that the checks can report it in their own words.
-#ifndef VELMORA_SCHEMA_ZEM_XML_LOADER_H_
-#define VELMORA_SCHEMA_ZEM_XML_LOADER_H_
+#ifndef VELMORA_ZEM_XML_LOADER_H_
+#define VELMORA_ZEM_XML_LOADER_H_
 
 #include <string>
 #include <vector>
 
-#include "schema/zem_builder.h"
+#include <velmora/zem_builder.h>
 
 // A load error or warning. line and column are 1-based; 0 when the file has no position for it
 // (a file that cannot be read).
@@ -45,4 +45,4 @@ ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& te
 // "warning".
 std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind);
 
-#endif  // VELMORA_SCHEMA_ZEM_XML_LOADER_H_
+#endif  // VELMORA_ZEM_XML_LOADER_H_

@@ -1,7 +1,7 @@
 // String and version helpers of the common library: attribute strings are "Key=Value" segments
 // separated by ";", versions are dotted decimal strings such as "3.37.0" or "3.40.0.193253".
-#ifndef VELMORA_COMMON_STRING_HELPERS_H_
-#define VELMORA_COMMON_STRING_HELPERS_H_
+#ifndef VELMORA_STRING_HELPERS_H_
+#define VELMORA_STRING_HELPERS_H_
 
 #include <string>
 #include <vector>
@@ -33,4 +33,4 @@ bool IsDigit(const char* str);
 // is found at the start.
 const char* strstri(const char* haystack, const char* needle);
 
-#endif  // VELMORA_COMMON_STRING_HELPERS_H_
+#endif  // VELMORA_STRING_HELPERS_H_

@@ -8,8 +8,8 @@
 //   - a meta's primary key array, entry table, index array and each index's column array: from
 //     the address of the meta that owns them.
 // Arrays are contiguous records of fixed size. Handles are read-only views into the block.
-#ifndef VELMORA_SCHEMA_ZEM_H_
-#define VELMORA_SCHEMA_ZEM_H_
+#ifndef VELMORA_ZEM_H_
+#define VELMORA_ZEM_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -204,4 +204,4 @@ const char* zem_get_metalib_name(LPZEMMETALIB metalib);
 int zem_get_meta_num(LPZEMMETALIB metalib);
 LPZEMMETA zem_get_meta_by_index(LPZEMMETALIB metalib, int idx);
 
-#endif  // VELMORA_SCHEMA_ZEM_H_
+#endif  // VELMORA_ZEM_H_

@@ -1,7 +1,7 @@
 // Result codes of the table checks, shared with the rest of the table service, and the table
 // limits the checks test. Checks refer to the names, never to the numbers.
-#ifndef VELMORA_COMMON_CHECK_TABLE_ERROR_H_
-#define VELMORA_COMMON_CHECK_TABLE_ERROR_H_
+#ifndef VELMORA_CHECK_TABLE_ERROR_H_
+#define VELMORA_CHECK_TABLE_ERROR_H_
 
 enum enCheckModifyTableError {
   CHECK_TABLE_SUCCESS = 0,
@@ -70,4 +70,4 @@ enum {
 // The name of a result code ("ERROR_INDEX_FIELD"), or NULL for a value that is not one.
 const char* CheckResultName(int code);
 
-#endif  // VELMORA_COMMON_CHECK_TABLE_ERROR_H_
+#endif  // VELMORA_CHECK_TABLE_ERROR_H_

@@ -2,8 +2,8 @@
 // it to make any model at all, including ones no schema file can express: a key count whose key
 // array is absent, a NULL entry slot, a negative entry or index count, a split table key text that
 // names no field, a struct that contains itself.
-#ifndef VELMORA_SCHEMA_ZEM_BUILDER_H_
-#define VELMORA_SCHEMA_ZEM_BUILDER_H_
+#ifndef VELMORA_ZEM_BUILDER_H_
+#define VELMORA_ZEM_BUILDER_H_
 
 #include <cstdint>
 #include <memory>
@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "schema/zem.h"
+#include <velmora/zem.h>
 
 struct ZemEntryDef {
   std::string name;
@@ -70,4 +70,4 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error);
 // The unit size of a base type code, for a string or wstring of the given declared size.
 uint32_t ZemBaseTypeUnitSize(int type, uint32_t declared_size);
 
-#endif  // VELMORA_SCHEMA_ZEM_BUILDER_H_
+#endif  // VELMORA_ZEM_BUILDER_H_

@@ -4,14 +4,14 @@
 // error buffer (GetErrType) and written to the caller's log category.
 //
 // One object may check any number of tables in turn; it must not be used by two threads at once.
-#ifndef VELMORA_COMMON_CHECK_TABLE_H_
-#define VELMORA_COMMON_CHECK_TABLE_H_
+#ifndef VELMORA_CHECK_TABLE_H_
+#define VELMORA_CHECK_TABLE_H_
 
 #include <string>
 
-#include "common/check_table_error.h"
-#include "log/wlog.h"
-#include "schema/zem.h"
+#include <velmora/check_table_error.h>
+#include <velmora/wlog.h>
+#include <velmora/zem.h>
 
 class CheckTable {
  public:
@@ -133,4 +133,4 @@ class CheckTable {
   std::string m_svr_ver;
 };
 
-#endif  // VELMORA_COMMON_CHECK_TABLE_H_
+#endif  // VELMORA_CHECK_TABLE_H_
