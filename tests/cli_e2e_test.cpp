@@ -867,6 +867,29 @@ TEST(CheckTableCommand, JudgesArraysAddedSinceTheOldSchema) {
                           "2 tables checked, 2 failed"));
 }
 
+// A field that was an int and becomes a struct is paired with the old table's last field, which
+// has no struct to compare with: the line names the check the command called, at any depth.
+TEST(CheckTableCommand, NamesTheChangeCheckWhenAChangedStructHasNoOldStruct) {
+  const CommandResult result = RunCheckTable({"--old", Fixture("struct_change_old.xml"), "-f",
+                                              "json", Fixture("struct_change_new.xml")});
+  EXPECT_EQ(result.status, 0) << result.out;
+  const Json report = ParseReport(result);
+  for (const char* table : {"one", "two"}) {  // depth one, then depth two
+    SCOPED_TRACE(table);
+    const Json refer = TableIn(report, table).at("checks")[2];
+    EXPECT_EQ(refer.at("check"), "CheckWhetherNewEntryCountWithRefer");
+    EXPECT_EQ(refer.at("result"), 0);
+    EXPECT_EQ(refer.at("report"), "");
+    EXPECT_EQ(refer.at("message"), "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!");
+    ASSERT_EQ(refer.at("log").size(), 1u);
+    EXPECT_EQ(refer.at("log")[0].at("priority"), 300);
+    EXPECT_EQ(refer.at("log")[0].at("function"), "CheckWhetherNewEntryCountWithRefer");
+    EXPECT_EQ(refer.at("log")[0].at("text"),
+              "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!");
+    EXPECT_EQ(refer.at("log")[0].at("file"), "src/common/check_table_count_refer.cpp");
+  }
+}
+
 TEST(CheckTableCommand, StopsWhenTheOldSchemaCannotBeLoaded) {
   const std::string old_path = Fixture("bad_xml.xml");
   const CommandResult text = RunCheckTable({"--old", old_path, Fixture("new.xml")});

@@ -165,7 +165,17 @@ TEST_F(CountReferTest, StructWithoutTypeMetaReportsNullButResultFollowsTheReport
   EXPECT_EQ(report_, "");
   EXPECT_EQ(Message(), "table_meta is NULL!");
   EXPECT_THAT(log_.lines(),
-              ElementsAre(LogLineIs(300, "table_meta is NULL!", "CheckCountWithReferAt")));
+              ElementsAre(LogLineIs(300, "table_meta is NULL!", "CheckWhetherCountWithRefer")));
+}
+
+TEST_F(CountReferTest, NestedStructWithoutTypeMetaLogsUnderThePublicCheck) {
+  auto lib = BuildLib({Table("mid", {Field("hole", ZEM_TYPE_STRUCT)}),
+                       Table("t", {Struct("m", "mid"), Field("v")})});
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, log_.handle()), 0);
+  EXPECT_EQ(report_, "");
+  EXPECT_EQ(Message(), "table_meta is NULL!");
+  EXPECT_THAT(log_.lines(),
+              ElementsAre(LogLineIs(300, "table_meta is NULL!", "CheckWhetherCountWithRefer")));
 }
 
 TEST_F(CountReferTest, SelfContainingStructEnds) {
@@ -344,7 +354,7 @@ TEST_F(CountReferTest, ChangedStructWhoseLastOldEntryHasNoStructReportsNull) {
   EXPECT_EQ(Message(), "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!");
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(300, "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!",
-                                    "CheckNewEntryCountWithReferAt")));
+                                    "CheckWhetherNewEntryCountWithRefer")));
 }
 
 TEST_F(CountReferTest, LaterIdenticalOldEntryKeepsTheNewOneUnchanged) {

@@ -387,9 +387,10 @@ TEST(ZemMacros, ManyMacrosAreFoundByName) {
 
 // ---- Records and offsets ------------------------------------------------------------------
 
-TEST(ZemRecords, KeyDescriptionsAndColumnsHaveFixedSizes) {
+TEST(ZemRecords, KeyDescriptionsIndexesAndColumnsHaveFixedSizes) {
   EXPECT_EQ(sizeof(tagZEMDBKeyInfo), 16u);
   EXPECT_EQ(sizeof(tagZEMColumnInfo), 24u);
+  EXPECT_EQ(sizeof(tagZEMMetaIndex), 80u);
 }
 
 TEST(ZemOffsets, AMetaFindsItsDataBaseAndItsLibrary) {
@@ -450,6 +451,9 @@ TEST(ZemOffsets, IndexesAndColumnsLieAtTheMetaPlusTheirOffsets) {
   EXPECT_STREQ(data + indexes[0].ptrName, "idx_all");
   EXPECT_STREQ(data + indexes[1].ptrName, "idx_zone");
   EXPECT_EQ(zem_meta_index(meta, 1), &indexes[1]);
+  // Index i lies at the meta plus ptrIndexes plus i times 80 bytes.
+  EXPECT_EQ(reinterpret_cast<const char*>(zem_meta_index(meta, 1)),
+            reinterpret_cast<const char*>(meta) + meta->ptrIndexes + 80);
   EXPECT_STREQ(zem_index_name(meta, &indexes[1]), "idx_zone");
   ASSERT_EQ(indexes[0].iColumnNum, 2);
   ASSERT_EQ(indexes[1].iColumnNum, 1);

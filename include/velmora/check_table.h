@@ -111,9 +111,10 @@ class CheckTable {
   // becomes "%", every other byte stays as it is, so no name can act as a conversion.
   int ReportFormatText(LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc, int result,
                        const char* text);
-  // Writes a line to the log only, leaving the error buffer alone. Callers test the gate first.
-  static void LogLine(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLOCINFO& loc,
-                      const char* format, ...) __attribute__((format(printf, 4, 5)));
+  // Logs the error buffer through "%s" when the gate lets the priority through.
+  void LogErrorBuffer(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLOCINFO& loc) const;
+  // The event of one log line: its priority and location; the log library fills the rest.
+  static WLOGEVENT LogEvent(int priority, const WLOGLOCINFO& loc);
 
   // The category's gate: a line of this priority is written only when the bounds read here and
   // the category itself agree. Refusing costs no call into the log library.

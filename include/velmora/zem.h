@@ -63,14 +63,19 @@ struct tagZEMColumnInfo {
 };
 static_assert(sizeof(tagZEMColumnInfo) == 24, "columns are 24-byte records");
 
-// One secondary index of a meta.
+// One secondary index of a meta. Index records are 80 bytes, as the store's schema library lays
+// them out, so a host's library and this one are walked the same way; the room after the fields
+// read here is reserved for index options.
 struct tagZEMMetaIndex {
   ZEMPTR ptrName;        // from the data base
   int32_t iColumnNum;
   int32_t iType;
   int32_t iUnique;
+  int32_t iReserved;
   ZEMPTR ptrColumnBase;  // array of iColumnNum columns, from the owning meta
+  char szReserved[48];
 };
+static_assert(sizeof(tagZEMMetaIndex) == 80, "indexes are 80-byte records");
 
 // One field of a meta.
 struct tagZEMMetaEntry {

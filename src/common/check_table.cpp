@@ -34,7 +34,7 @@ int CheckTable::Report(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLO
   } else if (n >= static_cast<int>(sizeof(m_szErrorType))) {
     m_szErrorType[sizeof(m_szErrorType) - 1] = '\0';
   }
-  if (LogGateOpen(log_handle, priority)) LogLine(log_handle, priority, loc, "%s", m_szErrorType);
+  LogErrorBuffer(log_handle, priority, loc);
   return result;
 }
 
@@ -46,22 +46,24 @@ int CheckTable::ReportFormatText(LPWLOGCATEGORYINST log_handle, const WLOGLOCINF
     m_szErrorType[length++] = *p;
   }
   m_szErrorType[length] = '\0';
-  if (LogGateOpen(log_handle, WLOG_PRIORITY_ERROR)) {
-    LogLine(log_handle, WLOG_PRIORITY_ERROR, loc, "%s", m_szErrorType);
-  }
+  LogErrorBuffer(log_handle, WLOG_PRIORITY_ERROR, loc);
   return result;
 }
 
-void CheckTable::LogLine(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLOCINFO& loc,
-                         const char* format, ...) {
+void CheckTable::LogErrorBuffer(LPWLOGCATEGORYINST log_handle, int priority,
+                                const WLOGLOCINFO& loc) const {
+  if (!LogGateOpen(log_handle, priority)) return;
+  WLOGEVENT event = LogEvent(priority, loc);
+  // The message travels as an argument: a '%' in a schema name is text, never a conversion.
+  wlog_category_logv(log_handle, &event, "%s", m_szErrorType);
+}
+
+WLOGEVENT CheckTable::LogEvent(int priority, const WLOGLOCINFO& loc) {
   WLOGEVENT event;
   std::memset(&event, 0, sizeof(event));
   event.evt_priority = priority;
   event.evt_loc = &loc;
-  va_list args;
-  va_start(args, format);
-  wlog_category_vlogv(log_handle, &event, format, args);
-  va_end(args);
+  return event;
 }
 
 int CheckTable::VelmoraCheckTable(LPZEMMETALIB metalib, const char* metaname, const int table_type,

@@ -319,7 +319,7 @@ int CheckTable::CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST lo
 
 // The field walks are the entry-level half of CheckTableTypeByCustomAttr: their lines are logged
 // under its name, as the store's operators know them.
-#define ENTRY_WALK_LOC (WLOGLOCINFO{__FILE__, __LINE__, "CheckTableTypeByCustomAttr", nullptr})
+#define ENTRY_WALK_LOC CHECK_TABLE_LOC_OF("CheckTableTypeByCustomAttr")
 
 int CheckTable::CheckUnmarkedEntries(LPZEMMETALIB metalib, LPZEMMETA meta, bool list_table,
                                      LPWLOGCATEGORYINST log_handle) {

@@ -19,6 +19,9 @@ const char* const kNewCountWithoutReferHeading = "these new entry have 'count' w
 // so that even a struct that contains itself cannot exhaust the stack.
 const int kMaxStructDepth = 64;
 
+#define COUNT_REFER_LOC CHECK_TABLE_LOC_OF("CheckWhetherCountWithRefer")
+#define NEW_COUNT_REFER_LOC CHECK_TABLE_LOC_OF("CheckWhetherNewEntryCountWithRefer")
+
 // Adds an offending entry to the report, which starts with the heading of the check that finds
 // the first one. A name is not added when its text and blank already occur anywhere in the
 // report: a name that is the tail of one already listed is skipped too. Deliberate; keep it.
@@ -65,16 +68,16 @@ int CheckTable::CheckStringWithCount(LPZEMMETA meta, std::string& strResult,
 
 int CheckTable::CheckWhetherCountWithRefer(LPZEMMETA table_meta, std::string& strResult,
                                            LPWLOGCATEGORYINST log_handle) {
-  if (table_meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "table_meta is NULL!");
-  }
   return CheckCountWithReferAt(table_meta, strResult, log_handle, 0);
 }
 
 int CheckTable::CheckCountWithReferAt(LPZEMMETA table_meta, std::string& strResult,
                                       LPWLOGCATEGORYINST log_handle, int depth) {
+  // A nested struct entry whose meta cannot be found ends up here with NULL, at any depth; the
+  // line names the check the caller called.
   if (table_meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "table_meta is NULL!");
+    return REPORT_ERROR_AT(log_handle, COUNT_REFER_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "table_meta is NULL!");
   }
   // Depth first: a struct's members are listed right after the entries before it, without any
   // prefix of the struct entry's name.
@@ -96,27 +99,20 @@ int CheckTable::CheckCountWithReferAt(LPZEMMETA table_meta, std::string& strResu
 int CheckTable::CheckWhetherNewEntryCountWithRefer(LPZEMMETA old_meta, LPZEMMETA new_meta,
                                                    std::string& strResult,
                                                    LPWLOGCATEGORYINST log_handle) {
-  if (old_meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!");
-  }
-  if (new_meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "CheckWhetherNewEntryCountWithRefer:new_meta is NULL!");
-  }
   return CheckNewEntryCountWithReferAt(old_meta, new_meta, strResult, log_handle, 0);
 }
 
 int CheckTable::CheckNewEntryCountWithReferAt(LPZEMMETA old_meta, LPZEMMETA new_meta,
                                               std::string& strResult, LPWLOGCATEGORYINST log_handle,
                                               int depth) {
+  // At any depth the line names the check the caller called.
   if (old_meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!");
+    return REPORT_ERROR_AT(log_handle, NEW_COUNT_REFER_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!");
   }
   if (new_meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "CheckWhetherNewEntryCountWithRefer:new_meta is NULL!");
+    return REPORT_ERROR_AT(log_handle, NEW_COUNT_REFER_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "CheckWhetherNewEntryCountWithRefer:new_meta is NULL!");
   }
   // Arrays that the table already had are not judged again: only entries the change adds are.
   const int old_value_field_num = zem_get_entry_num(old_meta);

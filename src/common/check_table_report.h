@@ -7,6 +7,10 @@
 
 #define CHECK_TABLE_LOC (WLOGLOCINFO{__FILE__, __LINE__, __func__, nullptr})
 
+// The location of a statement in a helper that logs under the name of the public check it serves:
+// operators see the check they called, whatever private step wrote the line.
+#define CHECK_TABLE_LOC_OF(function) (WLOGLOCINFO{__FILE__, __LINE__, (function), nullptr})
+
 // A failure: the message goes into the error buffer and, through the gate, to the log at error
 // priority. Evaluates to result.
 #define REPORT_ERROR(log_handle, result, ...) \
@@ -24,12 +28,15 @@
 #define LOG_LINE(log_handle, priority, ...) \
   LOG_LINE_AT((log_handle), (priority), CHECK_TABLE_LOC, __VA_ARGS__)
 
-// The same under the name of the check a helper belongs to (loc).
-#define LOG_LINE_AT(log_handle, priority, loc, ...)            \
-  do {                                                         \
-    if (LogGateOpen((log_handle), (priority))) {               \
-      LogLine((log_handle), (priority), (loc), __VA_ARGS__);   \
-    }                                                          \
+// The same under the name of the check a helper belongs to (loc). The line's own format and
+// arguments go straight to the log library, after the gate.
+#define LOG_LINE_AT(log_handle, priority, loc, ...)                  \
+  do {                                                               \
+    if (LogGateOpen((log_handle), (priority))) {                     \
+      const WLOGLOCINFO log_line_loc = (loc);                        \
+      WLOGEVENT log_line_event = LogEvent((priority), log_line_loc); \
+      wlog_category_logv((log_handle), &log_line_event, __VA_ARGS__); \
+    }                                                                \
   } while (0)
 
 // Names printed with "%s" where the caller may have passed NULL.
