@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE ?= examples/game.xml
 
-.PHONY: all deps build run test sanitize-test bench clean
+.PHONY: all deps build run test sanitize-test bench docs clean
 
 all: build
 
@@ -28,6 +28,12 @@ bench: deps
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS)
 	./build/bench/bench/velmora_bench
+
+# docs/rules.md is the command's own --explain of every code it lists; a test keeps them equal.
+docs: build
+	for code in $$(./build/default/velmora-check-table --list-rules | awk '{print $$2}'); do \
+	  ./build/default/velmora-check-table --explain "$$code" || exit 1; \
+	done > docs/rules.md
 
 clean:
 	rm -rf build

@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstdlib>
 
+#include "cli/rules.h"
+
 namespace {
 
 const char* const kDescription =
@@ -43,7 +45,8 @@ const char* const kFooter =
     "Examples:\n"
     "  velmora-check-table examples/game.xml\n"
     "  velmora-check-table -t player -t mail --server-version 3.40.0.193000 game.xml\n"
-    "  velmora-check-table --old game-before.xml --format json game.xml";
+    "  velmora-check-table --old game-before.xml --format json game.xml\n"
+    "  velmora-check-table --explain ERROR_INDEX_FIELD";
 
 // Why a --kind value is refused, or "" when it is accepted.
 std::string KindError(const std::string& text) {
@@ -113,11 +116,32 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   app.add_option("-f,--format", format_text, "Report format: text (default) or json")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "json"}));
+  // The rules reference answers at once, like --help, without a schema.
+  std::string reference;
+  app.add_flag_callback(
+         "--list-rules",
+         [&reference]() {
+           reference = ListRules();
+           throw CLI::Success();
+         },
+         "List every result code the checks produce: number, name, one line")
+      ->trigger_on_parse();
+  app.add_option_function<std::string>(
+         "--explain",
+         [&reference](const std::string& code) {
+           reference = ExplainRule(*FindRule(code));
+           throw CLI::Success();
+         },
+         "Explain a code, by name or number: rule, limits, texts, example")
+      ->type_name("CODE")
+      ->check(CLI::Validator([](std::string& code) { return UnknownRuleMessage(code); }, ""))
+      ->trigger_on_parse();
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    // Help and version requests end well; every other parse failure is a usage error.
+    // Help, version and reference requests end well; every other parse failure is a usage error.
+    out << reference;
     const int status = app.exit(error, out, err);
     parsed.exit_status = status == 0 ? 0 : 2;
     return parsed;
