@@ -29,24 +29,19 @@ class CountingSink : public WlogSink {
 };
 
 // A category with the given bounds; a bound of nullopt is left unset (NULL pointer).
-class BoundedLog {
+class BoundedLog : public WlogMemoryCategory {
  public:
-  BoundedLog(std::optional<int> high, std::optional<int> low) : category_(WlogCategoryFor(&sink_)) {
+  BoundedLog(std::optional<int> high, std::optional<int> low) {
+    tagWLogCategoryInst& category = *handle();
     if (high) {
-      category_.iPriorityHigh = *high;
-      category_.piPriorityHigh = &category_.iPriorityHigh;
+      category.iPriorityHigh = *high;
+      category.piPriorityHigh = &category.iPriorityHigh;
     }
     if (low) {
-      category_.iPriorityLow = *low;
-      category_.piPriorityLow = &category_.iPriorityLow;
+      category.iPriorityLow = *low;
+      category.piPriorityLow = &category.iPriorityLow;
     }
   }
-  LPWLOGCATEGORYINST handle() { return &category_; }
-  const std::vector<WlogRecord>& lines() const { return sink_.records(); }
-
- private:
-  WlogMemorySink sink_;
-  tagWLogCategoryInst category_;
 };
 
 ZemMetaLibPtr GoodLib() {
