@@ -128,8 +128,8 @@ int CheckTable::VelmoraCheckTable(LPZEMMETALIB metalib, const char* metaname, co
   ret = LookUpTable(metalib, metaname, log_handle, CHECK_TABLE_LOC, pstMeta);
   if (ret != CHECK_TABLE_SUCCESS) return ret;
 
-  const TableCall call{pstMeta,         metaname,       table_type,     log_handle,
-                       svrMinVersion,   proxyMinVersion, restProxyMinVer};
+  const TableCall call{pstMeta,       metaname,        table_type,     log_handle,
+                       svrMinVersion, proxyMinVersion, restProxyMinVer};
   ret = RunTableChecks(call);
   if (ret != CHECK_TABLE_SUCCESS) return ret;
 
@@ -165,7 +165,9 @@ int CheckTable::RunTableChecks(const TableCall& call) {
          return c.CheckValueField(t.pstMeta, t.table_type, t.svrMinVersion, t.log_handle);
        }},
       {"CheckSplittableKey", OnFailure::kWrap,
-       [](CheckTable& c, const TableCall& t) { return c.CheckSplittableKey(t.pstMeta, t.log_handle); }},
+       [](CheckTable& c, const TableCall& t) {
+         return c.CheckSplittableKey(t.pstMeta, t.log_handle);
+       }},
       {"CheckIndex", OnFailure::kWrap,
        [](CheckTable& c, const TableCall& t) {
          return c.CheckIndex(t.pstMeta, t.table_type, t.log_handle);

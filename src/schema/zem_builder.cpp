@@ -86,10 +86,14 @@ class MetaLibBuilder {
   // One meta under construction.
   struct MetaLayout {
     MetaLayout(const ZemMetaDef& meta_def, ZEMPTR meta_offset)
-        : def(meta_def), offset(meta_offset), where("meta '" + meta_def.name + "'"),
-          by_name(meta_def), entry_count(static_cast<int>(meta_def.entries.size())),
+        : def(meta_def),
+          offset(meta_offset),
+          where("meta '" + meta_def.name + "'"),
+          by_name(meta_def),
+          entry_count(static_cast<int>(meta_def.entries.size())),
           entry_num(meta_def.entry_num.value_or(entry_count)),
-          slots(std::max(entry_num, entry_count)), flags(meta_def.entries.size(), 0) {}
+          slots(std::max(entry_num, entry_count)),
+          flags(meta_def.entries.size(), 0) {}
 
     ZEMPTR EntryOffset(int i) const {
       return entries + static_cast<ZEMPTR>(i * sizeof(tagZEMMetaEntry));
@@ -122,8 +126,7 @@ class MetaLibBuilder {
   bool LayOutMeta(size_t m);
   bool MarkKeyMembers(MetaLayout& layout);
   bool LayOutEntries(MetaLayout& layout, size_t m);
-  bool LayOutEntry(const MetaLayout& layout, size_t m, int i, int64_t& host_offset,
-                   int64_t& size);
+  bool LayOutEntry(const MetaLayout& layout, size_t m, int i, int64_t& host_offset, int64_t& size);
   void FillEntryTable(const MetaLayout& layout);
   ZEMPTR LayOutKey(const MetaLayout& layout);
   void LayOutSplitKey(MetaLayout& layout);
@@ -165,8 +168,7 @@ bool MetaLibBuilder::LayOutMeta(size_t m) {
   m_built[m].entries = layout.entries;
 
   if (!MarkKeyMembers(layout)) return false;
-  if (layout.def.index_num &&
-      *layout.def.index_num > static_cast<int>(layout.def.indexes.size())) {
+  if (layout.def.index_num && *layout.def.index_num > static_cast<int>(layout.def.indexes.size())) {
     return Fail(layout.where + ": index count above the indexes given");
   }
   if (!LayOutEntries(layout, m)) return false;
@@ -224,14 +226,13 @@ bool MetaLibBuilder::LayOutEntry(const MetaLayout& layout, size_t m, int i, int6
   if (!entry_def.refer.empty()) {
     const int r = layout.by_name.Find(entry_def.refer);
     if (r < 0) {
-      return Fail(layout.where + ": entry '" + entry_def.name + "' refers to '" +
-                  entry_def.refer + "', which is no entry");
+      return Fail(layout.where + ": entry '" + entry_def.name + "' refers to '" + entry_def.refer +
+                  "', which is no entry");
     }
     refer = layout.EntryOffset(r);
   }
   const ZEMPTR name = m_arena.AddText(entry_def.name);
-  const ZEMPTR attr =
-      entry_def.customattr2 ? m_arena.AddText(*entry_def.customattr2) : ZEMPTR_NONE;
+  const ZEMPTR attr = entry_def.customattr2 ? m_arena.AddText(*entry_def.customattr2) : ZEMPTR_NONE;
 
   tagZEMMetaEntry* entry = m_arena.At<tagZEMMetaEntry>(layout.EntryOffset(i));
   entry->ptrSelf = layout.EntryOffset(i);
@@ -244,7 +245,8 @@ bool MetaLibBuilder::LayOutEntry(const MetaLayout& layout, size_t m, int i, int6
   entry->uUnitSize = unit_size;
   entry->chDBFlag =
       static_cast<unsigned char>(entry_def.db_flag | layout.flags[static_cast<size_t>(i)]);
-  const int64_t entry_size = static_cast<int64_t>(unit_size) * std::max<int64_t>(entry_def.count, 1);
+  const int64_t entry_size =
+      static_cast<int64_t>(unit_size) * std::max<int64_t>(entry_def.count, 1);
   entry->iHOff = layout.def.is_union ? 0 : ClampToInt(host_offset);
   host_offset += entry_size;
   size = layout.def.is_union ? std::max(size, entry_size) : size + entry_size;
@@ -339,9 +341,8 @@ ZEMPTR MetaLibBuilder::LayOutMetaTables(ZEMPTR& meta_by_name) {
     m_arena.At<ZEMPTR>(meta_table)[m] = m_built[m].offset;
     order[m] = m;
   }
-  std::sort(order.begin(), order.end(), [this](size_t a, size_t b) {
-    return m_def.metas[a].name < m_def.metas[b].name;
-  });
+  std::sort(order.begin(), order.end(),
+            [this](size_t a, size_t b) { return m_def.metas[a].name < m_def.metas[b].name; });
   for (size_t m = 0; m < order.size(); ++m) {
     m_arena.At<ZEMPTR>(meta_by_name)[m] = m_built[order[m]].offset;
   }
