@@ -55,6 +55,10 @@ bool HasSplitTableKey(LPZEMMETA meta) { return meta->stSplitTableKey.ptrEntry !=
 #define PRIMARY_KEY_LOC CHECK_TABLE_LOC_OF("CheckPrimaryKey")
 #define SPLIT_KEY_LOC CHECK_TABLE_LOC_OF("CheckSplittableKey")
 
+// A lookup asked about no name or no meta, reported under the lookup's own name.
+#define REPORT_LOOKUP_ARGUMENTS(log_handle) \
+  REPORT_ERROR((log_handle), CHECK_TABLE_ERROR_INVALID_PARAMETER, "Entry_name or meta is invalid")
+
 int CheckTable::CheckPrimaryKey(LPZEMMETA meta, const int table_type,
                                 LPWLOGCATEGORYINST log_handle) {
   if (meta == nullptr) {
@@ -302,10 +306,7 @@ int CheckTable::CompareIndexColumn(LPZEMMETAINDEX index1, LPZEMMETAINDEX index2,
 
 int CheckTable::CheckWhetherExistEntry(const char* entry_name, LPZEMMETA meta,
                                        LPWLOGCATEGORYINST log_handle) {
-  if (entry_name == nullptr || meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Entry_name or meta is invalid");
-  }
+  if (entry_name == nullptr || meta == nullptr) return REPORT_LOOKUP_ARGUMENTS(log_handle);
   const int entry_num = zem_get_entry_num(meta);
   if (entry_num < 0) {
     return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD, "Table dose not have entry, table:'%s'",
@@ -324,10 +325,7 @@ int CheckTable::CheckWhetherExistEntry(const char* entry_name, LPZEMMETA meta,
 
 int CheckTable::CheckWhetherPrimaryKey(const char* entry_name, LPZEMMETA meta,
                                        LPWLOGCATEGORYINST log_handle) {
-  if (entry_name == nullptr || meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Entry_name or meta is invalid");
-  }
+  if (entry_name == nullptr || meta == nullptr) return REPORT_LOOKUP_ARGUMENTS(log_handle);
   if (!HasPrimaryKey(meta)) {
     return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD,
                         "Table should have primaykey! table:'%s'", zem_get_meta_name(meta));
@@ -342,10 +340,7 @@ int CheckTable::CheckWhetherPrimaryKey(const char* entry_name, LPZEMMETA meta,
 
 int CheckTable::CheckWhetherIndex(const char* entry_name, LPZEMMETA meta,
                                   LPWLOGCATEGORYINST log_handle) {
-  if (entry_name == nullptr || meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Entry_name or meta is invalid");
-  }
+  if (entry_name == nullptr || meta == nullptr) return REPORT_LOOKUP_ARGUMENTS(log_handle);
   const int index_num = meta->iIndexesNum;
   if (index_num == 0) {
     return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
