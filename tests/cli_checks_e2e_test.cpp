@@ -4,19 +4,14 @@
 // at fault in text.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "cli_test_support.h"
+#include <velmora/check_table_error.h>
 
 namespace {
 
@@ -67,7 +62,7 @@ std::vector<LogLine> ErrorLines(const Json& check) {
 // The attribute check of a table without customattr2: an old-style definition, which passes.
 void ExpectOldStyleDefinition(const Json& check) {
   EXPECT_EQ(check.at("check"), "CheckTableTypeByCustomAttr");
-  EXPECT_EQ(check.at("result"), -46);
+  EXPECT_EQ(check.at("result"), ERROR_OLD_TABLE_DEFINE);
   EXPECT_EQ(check.at("code"), "ERROR_OLD_TABLE_DEFINE");
   EXPECT_EQ(check.at("message"), "");
   EXPECT_THAT(ErrorLines(check), IsEmpty());
@@ -395,7 +390,7 @@ TEST(CheckTableCommandRules, ReportsEveryArrayWithoutReferAlsoInsideAStructField
                    "Table dose not have indexs, table:'backpack'");
   const Json& refer = table.at("checks")[2];
   EXPECT_EQ(refer.at("check"), "CheckWhetherCountWithRefer");
-  EXPECT_EQ(refer.at("result"), -36);
+  EXPECT_EQ(refer.at("result"), ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(refer.at("code"), "ERROR_COUNT_WITHNOT_REFER");
   EXPECT_EQ(refer.at("message"), "");
   EXPECT_EQ(refer.at("report"), report);
@@ -415,7 +410,7 @@ TEST(CheckTableCommandRules, ReportsOnlyTheArraysTheChangeAddsWithTheOldSchema) 
   const Json table = FailingTable("backpack", {"--old", old_path, path});
   const Json& refer = table.at("checks")[2];
   EXPECT_EQ(refer.at("check"), "CheckWhetherNewEntryCountWithRefer");
-  EXPECT_EQ(refer.at("result"), -36);
+  EXPECT_EQ(refer.at("result"), ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(refer.at("code"), "ERROR_COUNT_WITHNOT_REFER");
   EXPECT_EQ(refer.at("message"), "");
   EXPECT_EQ(refer.at("report"), report);
@@ -438,7 +433,7 @@ TEST(CheckTableCommandRules, ReportsAFieldMarkOnAGenericTable) {
   EXPECT_EQ(table.at("line"), 4);
   const Json& attrs = table.at("checks")[0];
   EXPECT_EQ(attrs.at("check"), "CheckTableTypeByCustomAttr");
-  EXPECT_EQ(attrs.at("result"), -2);
+  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
   EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
   EXPECT_EQ(attrs.at("message"), message);
   EXPECT_EQ(attrs.at("table_type"), 0);
@@ -457,7 +452,7 @@ TEST(CheckTableCommandRules, ReportsASortRuleOnAPlainListTable) {
   const Json table = FailingTable("mailbox", {path});
   EXPECT_EQ(table.at("line"), 9);
   const Json& attrs = table.at("checks")[0];
-  EXPECT_EQ(attrs.at("result"), -2);
+  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
   EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
   EXPECT_EQ(attrs.at("message"), message);
   // The parse got as far as the list size before it failed.
@@ -479,7 +474,7 @@ TEST(CheckTableCommandRules, ReportsASortFieldThatIsNotANumber) {
   const Json table = FailingTable("leaderboard", {path});
   EXPECT_EQ(table.at("line"), 14);
   const Json& attrs = table.at("checks")[0];
-  EXPECT_EQ(attrs.at("result"), -1);
+  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_INVALID_PARAMETER");
   EXPECT_EQ(attrs.at("message"), message);
   EXPECT_EQ(attrs.at("table_type"), 2);
