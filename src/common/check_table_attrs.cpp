@@ -173,6 +173,28 @@ int CheckTable::ParseTableType(const CustomAttrCall& call) {
                          "TableType is error,it must be like:TableType=GENERIC|LIST|SORTLIST;ListNum=1023.");
 }
 
+// The exclusive upper bound of a list's size on the oldest server that will hold the table:
+// servers from 3.40.0.193000 on hold up to 10000 elements, older ones up to 1023.
+// The two lines that record the version carry their source line in their text, so moving this
+// function changes the report of every list table; it is kept ahead of the steps that call it,
+// where its lines have always been.
+int CheckTable::ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_handle) {
+  // These lines carry their own location; taking it from the record the log line is written
+  // with keeps the text and the line in agreement. The buffer keeps the last one after success.
+  const WLOGLOCINFO svr_ver_loc = CUSTOM_ATTR_LOC;
+  (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS,
+               "%s(%d)-<%s>:  m_svr_ver:%s table:'%s'", svr_ver_loc.loc_file,
+               svr_ver_loc.loc_line, svr_ver_loc.loc_function, m_svr_ver.c_str(), metaname);
+  const bool ge340193000 = RealCmpVersion(m_svr_ver.c_str(), kLongListServerVersion, true) >= 0;
+  if (!ge340193000) return kOldListBound;
+  // The line says ">" although an equal version takes this path too. Deliberate.
+  const WLOGLOCINFO long_list_loc = CUSTOM_ATTR_LOC;
+  (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS,
+               "%s(%d)-<%s>:  m_svr_ver(%s) > 3.40.0.193000 table:'%s'", long_list_loc.loc_file,
+               long_list_loc.loc_line, long_list_loc.loc_function, m_svr_ver.c_str(), metaname);
+  return kLongListBound;
+}
+
 int CheckTable::ParseGenericTable(const CustomAttrCall& call) {
   if (!CheckStr(call.attr(), "GENERIC")) {
     return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
@@ -241,23 +263,6 @@ int CheckTable::ParseListNum(const CustomAttrCall& call) {
                            "%s", kListNumUsage);
   }
   return CHECK_TABLE_SUCCESS;
-}
-
-int CheckTable::ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_handle) {
-  // These lines carry their own location; taking it from the record the log line is written
-  // with keeps the text and the line in agreement. The buffer keeps the last one after success.
-  const WLOGLOCINFO svr_ver_loc = CUSTOM_ATTR_LOC;
-  (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS,
-               "%s(%d)-<%s>:  m_svr_ver:%s table:'%s'", svr_ver_loc.loc_file,
-               svr_ver_loc.loc_line, svr_ver_loc.loc_function, m_svr_ver.c_str(), metaname);
-  const bool ge340193000 = RealCmpVersion(m_svr_ver.c_str(), kLongListServerVersion, true) >= 0;
-  if (!ge340193000) return kOldListBound;
-  // The line says ">" although an equal version takes this path too. Deliberate.
-  const WLOGLOCINFO long_list_loc = CUSTOM_ATTR_LOC;
-  (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS,
-               "%s(%d)-<%s>:  m_svr_ver(%s) > 3.40.0.193000 table:'%s'", long_list_loc.loc_file,
-               long_list_loc.loc_line, long_list_loc.loc_function, m_svr_ver.c_str(), metaname);
-  return kLongListBound;
 }
 
 int CheckTable::ParseSortedListTable(const CustomAttrCall& call) {
