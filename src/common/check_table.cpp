@@ -149,39 +149,27 @@ int CheckTable::RunTableChecks(const TableCall& call) {
   };
   static const Step kSteps[] = {
       {"CheckPrimaryKey", OnFailure::kWrap,
-       [](CheckTable& c, const TableCall& t) {
-         return c.CheckPrimaryKey(t.pstMeta, t.table_type, t.log_handle);
-       }},
+       [](auto& c, auto& t) { return c.CheckPrimaryKey(t.pstMeta, t.table_type, t.log_handle); }},
       {"CheckKeyCountForOldProxies", OnFailure::kPassOn,
-       [](CheckTable& c, const TableCall& t) { return c.CheckKeyCountForOldProxies(t); }},
+       [](auto& c, auto& t) { return c.CheckKeyCountForOldProxies(t); }},
       // The name has passed these rules already; the second call is kept as it always was and
       // only logs its success line once more.
       {"CheckTableNameLength", OnFailure::kPassOn,
-       [](CheckTable& c, const TableCall& t) {
-         return c.CheckTableNameLength(t.metaname, t.log_handle);
-       }},
+       [](auto& c, auto& t) { return c.CheckTableNameLength(t.metaname, t.log_handle); }},
       {"CheckValueField", OnFailure::kWrap,
-       [](CheckTable& c, const TableCall& t) {
+       [](auto& c, auto& t) {
          return c.CheckValueField(t.pstMeta, t.table_type, t.svrMinVersion, t.log_handle);
        }},
       {"CheckSplittableKey", OnFailure::kWrap,
-       [](CheckTable& c, const TableCall& t) {
-         return c.CheckSplittableKey(t.pstMeta, t.log_handle);
-       }},
+       [](auto& c, auto& t) { return c.CheckSplittableKey(t.pstMeta, t.log_handle); }},
       {"CheckIndex", OnFailure::kWrap,
-       [](CheckTable& c, const TableCall& t) {
-         return c.CheckIndex(t.pstMeta, t.table_type, t.log_handle);
-       }},
+       [](auto& c, auto& t) { return c.CheckIndex(t.pstMeta, t.table_type, t.log_handle); }},
       {"CheckFieldNameLength", OnFailure::kWrap,
-       [](CheckTable& c, const TableCall& t) {
-         return c.CheckFieldNameLength(t.pstMeta, t.log_handle);
-       }},
+       [](auto& c, auto& t) { return c.CheckFieldNameLength(t.pstMeta, t.log_handle); }},
       {"CheckFieldSizesForServers", OnFailure::kPassOn,
-       [](CheckTable& c, const TableCall& t) { return c.CheckFieldSizesForServers(t); }},
+       [](auto& c, auto& t) { return c.CheckFieldSizesForServers(t); }},
       {"CheckRepeatedFieldName", OnFailure::kWrapWithMessage,
-       [](CheckTable& c, const TableCall& t) {
-         return c.CheckRepeatedFieldName(t.pstMeta, t.log_handle);
-       }},
+       [](auto& c, auto& t) { return c.CheckRepeatedFieldName(t.pstMeta, t.log_handle); }},
   };
 
   for (const Step& step : kSteps) {
