@@ -72,7 +72,21 @@ class CheckTable {
 
   // The steps of VelmoraCheckTable once its table is found.
   struct TableCall;
+  // The entry point's checks after the table look-up, in the order they run.
+  enum class TableStep {
+    kPrimaryKey,
+    kKeyCount,
+    kNameLength,
+    kValueField,
+    kSplittableKey,
+    kIndex,
+    kFieldNameLength,
+    kFieldSizes,
+    kRepeatedFieldName,
+  };
   int RunTableChecks(const TableCall& call);
+  int RunTableStep(TableStep step, const TableCall& call);
+  int ReportTableStepFailure(TableStep step, const TableCall& call, int ret);
   int CheckKeyCountForOldProxies(const TableCall& call);
   int CheckFieldSizesForServers(const TableCall& call);
 
@@ -103,6 +117,11 @@ class CheckTable {
   int ReportEmptyEntrySlot(LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc, int slot,
                            const char* meta_name);
   int CheckWhetherTypeSupportted(LPZEMMETAENTRY pstEntry, LPWLOGCATEGORYINST log_handle);
+  // The lines of a field above its size limit (max_len bytes), and of every field's size.
+  void LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len, const char* name,
+                         int64_t len);
+  void LogFieldLength(LPWLOGCATEGORYINST log_handle, int type, int64_t len,
+                      const char* svrMinVersion);
   bool CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_handle,
                           const std::string& svrMinVersion);
   int CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);

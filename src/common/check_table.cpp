@@ -138,55 +138,78 @@ int CheckTable::VelmoraCheckTable(LPZEMMETALIB metalib, const char* metaname, co
 }
 
 int CheckTable::RunTableChecks(const TableCall& call) {
-  // What the entry point does with a failed step: pass its result on (the step has reported it),
-  // or report its own line naming the check, which replaces the check's message in the buffer;
-  // the repeated name check's message is kept inside that line.
-  enum class OnFailure { kPassOn, kWrap, kWrapWithMessage };
-  struct Step {
-    const char* check;
-    OnFailure on_failure;
-    int (*run)(CheckTable& checker, const TableCall& table);
+  static const TableStep kSteps[] = {
+      TableStep::kPrimaryKey,      TableStep::kKeyCount,   TableStep::kNameLength,
+      TableStep::kValueField,      TableStep::kSplittableKey, TableStep::kIndex,
+      TableStep::kFieldNameLength, TableStep::kFieldSizes, TableStep::kRepeatedFieldName,
   };
-  static const Step kSteps[] = {
-      {"CheckPrimaryKey", OnFailure::kWrap,
-       [](auto& c, auto& t) { return c.CheckPrimaryKey(t.pstMeta, t.table_type, t.log_handle); }},
-      {"CheckKeyCountForOldProxies", OnFailure::kPassOn,
-       [](auto& c, auto& t) { return c.CheckKeyCountForOldProxies(t); }},
-      // The name has passed these rules already; the second call is kept as it always was and
-      // only logs its success line once more.
-      {"CheckTableNameLength", OnFailure::kPassOn,
-       [](auto& c, auto& t) { return c.CheckTableNameLength(t.metaname, t.log_handle); }},
-      {"CheckValueField", OnFailure::kWrap,
-       [](auto& c, auto& t) {
-         return c.CheckValueField(t.pstMeta, t.table_type, t.svrMinVersion, t.log_handle);
-       }},
-      {"CheckSplittableKey", OnFailure::kWrap,
-       [](auto& c, auto& t) { return c.CheckSplittableKey(t.pstMeta, t.log_handle); }},
-      {"CheckIndex", OnFailure::kWrap,
-       [](auto& c, auto& t) { return c.CheckIndex(t.pstMeta, t.table_type, t.log_handle); }},
-      {"CheckFieldNameLength", OnFailure::kWrap,
-       [](auto& c, auto& t) { return c.CheckFieldNameLength(t.pstMeta, t.log_handle); }},
-      {"CheckFieldSizesForServers", OnFailure::kPassOn,
-       [](auto& c, auto& t) { return c.CheckFieldSizesForServers(t); }},
-      {"CheckRepeatedFieldName", OnFailure::kWrapWithMessage,
-       [](auto& c, auto& t) { return c.CheckRepeatedFieldName(t.pstMeta, t.log_handle); }},
-  };
-
-  for (const Step& step : kSteps) {
-    const int ret = step.run(*this, call);
-    if (ret == CHECK_TABLE_SUCCESS) continue;
-    if (step.on_failure == OnFailure::kPassOn) return ret;
-    if (step.on_failure == OnFailure::kWrap) {
-      return REPORT_ERROR_AT(call.log_handle, ENTRY_POINT_LOC, ret, "%s failed! table:'%s',ret:%d",
-                             step.check, call.metaname, ret);
-    }
-    // The check's own message is embedded, so it is copied out before the buffer is reused.
-    const std::string err_str(m_szErrorType);
-    return REPORT_ERROR_AT(call.log_handle, ENTRY_POINT_LOC, ret,
-                           "%s failed! table:'%s',ret:%d, err_msg:%s", step.check, call.metaname,
-                           ret, err_str.c_str());
+  for (const TableStep step : kSteps) {
+    const int ret = RunTableStep(step, call);
+    if (ret != CHECK_TABLE_SUCCESS) return ReportTableStepFailure(step, call, ret);
   }
   return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::RunTableStep(TableStep step, const TableCall& call) {
+  switch (step) {
+    case TableStep::kPrimaryKey:
+      return CheckPrimaryKey(call.pstMeta, call.table_type, call.log_handle);
+    case TableStep::kKeyCount:
+      return CheckKeyCountForOldProxies(call);
+    case TableStep::kNameLength:
+      // The name has passed these rules already; the second call is kept as it always was and
+      // only logs its success line once more.
+      return CheckTableNameLength(call.metaname, call.log_handle);
+    case TableStep::kValueField:
+      return CheckValueField(call.pstMeta, call.table_type, call.svrMinVersion, call.log_handle);
+    case TableStep::kSplittableKey:
+      return CheckSplittableKey(call.pstMeta, call.log_handle);
+    case TableStep::kIndex:
+      return CheckIndex(call.pstMeta, call.table_type, call.log_handle);
+    case TableStep::kFieldNameLength:
+      return CheckFieldNameLength(call.pstMeta, call.log_handle);
+    case TableStep::kFieldSizes:
+      return CheckFieldSizesForServers(call);
+    case TableStep::kRepeatedFieldName:
+      return CheckRepeatedFieldName(call.pstMeta, call.log_handle);
+  }
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::ReportTableStepFailure(TableStep step, const TableCall& call, int ret) {
+  // The key count, name length and field size steps have reported their own failure, which is
+  // passed on as it is. The other checks' failures are wrapped in a line of the entry point
+  // naming the check, which replaces the check's message in the buffer.
+  LPWLOGCATEGORYINST log_handle = call.log_handle;
+  switch (step) {
+    case TableStep::kPrimaryKey:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckPrimaryKey failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kValueField:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckValueField failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kSplittableKey:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckSplittableKey failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kIndex:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckIndex failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kFieldNameLength:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckFieldNameLength failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kRepeatedFieldName: {
+      // The check's own message is embedded, so it is copied out before the buffer is reused.
+      const std::string err_str(m_szErrorType);
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckRepeatedFieldName failed! table:'%s',ret:%d, err_msg:%s",
+                             call.metaname, ret, err_str.c_str());
+    }
+    case TableStep::kKeyCount:
+    case TableStep::kNameLength:
+    case TableStep::kFieldSizes:
+      break;
+  }
+  return ret;
 }
 
 int CheckTable::CheckKeyCountForOldProxies(const TableCall& call) {

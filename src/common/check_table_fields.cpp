@@ -5,6 +5,7 @@
 // stay distinct when letter case is ignored.
 #include <strings.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -31,15 +32,10 @@ const char* const kManyValueFieldsVersion = "3.40.0.193253";
 
 // Field size limits in bytes. A key field is part of every record's key, so it stays small; a
 // value field may be as large as the oldest server that must serve the table can hold.
-struct FieldLenLimit {
-  int64_t max_len;
-  const char* what;   // how the message names the field
-  const char* limit;  // how the message names the limit
-};
-const FieldLenLimit kKeyFieldLimit = {1024, "key", "1K"};
-const FieldLenLimit kValueFieldLimitBefore329 = {131072, "entry", "128k"};
-const FieldLenLimit kValueFieldLimitFrom329 = {262144, "entry", "256k"};
-const FieldLenLimit kValueFieldLimitFrom339 = {10485760, "entry", "10M"};
+const int64_t kKeyFieldMaxLen = 1024;
+const int64_t kValueFieldMaxLenBefore329 = 131072;
+const int64_t kValueFieldMaxLenFrom329 = 262144;
+const int64_t kValueFieldMaxLenFrom339 = 10485760;
 
 const char* const kValueFieldLenVersion329 = "3.29.0";
 const char* const kValueFieldLenVersion339 = "3.39.0";
@@ -178,9 +174,9 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
   // the oldest server has passed.
   const bool ge329 = RealCmpVersion(svrMinVersion.c_str(), kValueFieldLenVersion329, false) >= 0;
   const bool ge339 = RealCmpVersion(svrMinVersion.c_str(), kValueFieldLenVersion339, false) >= 0;
-  const FieldLenLimit& value_limit = ge339   ? kValueFieldLimitFrom339
-                                     : ge329 ? kValueFieldLimitFrom329
-                                             : kValueFieldLimitBefore329;
+  const int64_t value_max_len = ge339   ? kValueFieldMaxLenFrom339
+                                : ge329 ? kValueFieldMaxLenFrom329
+                                        : kValueFieldMaxLenBefore329;
 
   // Every offending entry is logged and listed; the walk does not stop at the first.
   std::string err_str = kEntryLenErrorHead;
@@ -188,19 +184,13 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
       pstMeta,
       [&](int, LPZEMMETAENTRY pstEntry) -> int {
         const int64_t len = EntryLength(pstEntry);
-        const FieldLenLimit& limit = IsPrimaryKeyEntry(pstEntry) ? kKeyFieldLimit : value_limit;
-        if (len > limit.max_len) {
-          // Sizes from schema files fit an int and print as they always have; a model built in
-          // code may hold more, and its true size is printed in full.
-          LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                      "%s %s length(%lld) is greater than %s", limit.what,
-                      zem_get_entry_name(pstEntry), static_cast<long long>(len), limit.limit);
+        const int64_t max_len = IsPrimaryKeyEntry(pstEntry) ? kKeyFieldMaxLen : value_max_len;
+        if (len > max_len) {
+          LogFieldOverLimit(log_handle, max_len, zem_get_entry_name(pstEntry), len);
           err_str += zem_get_entry_name(pstEntry);
           err_str += "|";
         }
-        LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, VALUE_FIELD_LEN_LOC,
-                    "type:%d size:%lld,version:%s", zem_get_entry_type(pstEntry),
-                    static_cast<long long>(len), svrMinVersion.c_str());
+        LogFieldLength(log_handle, zem_get_entry_type(pstEntry), len, svrMinVersion.c_str());
         return CHECK_TABLE_SUCCESS;
       },
       [&](int slot) {
@@ -215,6 +205,64 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
   }
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckValueFieldLen successed! table: '%s' ", meta_name);
   return true;
+}
+
+// Each limit has its own text. Sizes from schema files fit an int and are printed as operators
+// have always seen them; a model built in code may hold more, and its true size is then printed
+// in full.
+void CheckTable::LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len,
+                                   const char* name, int64_t len) {
+  if (len > INT_MAX) {
+    const long long size = static_cast<long long>(len);
+    switch (max_len) {
+      case kKeyFieldMaxLen:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "key %s length(%lld) is greater than 1K", name, size);
+        return;
+      case kValueFieldMaxLenBefore329:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "entry %s length(%lld) is greater than 128k", name, size);
+        return;
+      case kValueFieldMaxLenFrom329:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "entry %s length(%lld) is greater than 256k", name, size);
+        return;
+      case kValueFieldMaxLenFrom339:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "entry %s length(%lld) is greater than 10M", name, size);
+        return;
+    }
+  }
+  const int size = static_cast<int>(len);
+  switch (max_len) {
+    case kKeyFieldMaxLen:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "key %s length(%d) is greater than 1K", name, size);
+      return;
+    case kValueFieldMaxLenBefore329:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "entry %s length(%d) is greater than 128k", name, size);
+      return;
+    case kValueFieldMaxLenFrom329:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "entry %s length(%d) is greater than 256k", name, size);
+      return;
+    case kValueFieldMaxLenFrom339:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "entry %s length(%d) is greater than 10M", name, size);
+      return;
+  }
+}
+
+void CheckTable::LogFieldLength(LPWLOGCATEGORYINST log_handle, int type, int64_t len,
+                                const char* svrMinVersion) {
+  if (len < INT_MIN || len > INT_MAX) {
+    LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, VALUE_FIELD_LEN_LOC,
+                "type:%d size:%lld,version:%s", type, static_cast<long long>(len), svrMinVersion);
+    return;
+  }
+  LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, VALUE_FIELD_LEN_LOC, "type:%d size:%d,version:%s",
+              type, static_cast<int>(len), svrMinVersion);
 }
 
 int CheckTable::CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle) {
