@@ -2,15 +2,17 @@
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE ?= examples/game.xml
 
-.PHONY: all deps build run test sanitize-test bench docs clean
+.PHONY: all deps configure build run test tidy sanitize-test bench docs clean
 
 all: build
 
 deps:
 	@bash scripts/install-deps.sh
 
-build: deps
+configure: deps
 	cmake --preset default
+
+build: configure
 	cmake --build --preset default -j $(JOBS)
 
 run: build
@@ -18,6 +20,11 @@ run: build
 
 test: build
 	ctest --preset default -j $(JOBS)
+
+# clang-tidy (.clang-tidy: function size, naming) over every source file in src/, with the default
+# build's compile commands. Any finding fails.
+tidy: configure
+	find src -name '*.cpp' | sort | xargs -P $(JOBS) -n 1 clang-tidy --quiet -p build/default
 
 sanitize-test: deps
 	cmake --preset sanitize

@@ -76,29 +76,28 @@ BENCHMARK(BM_CheckOneTableAmongMany)->Arg(10)->Arg(1000)->Arg(10000);
 // passing table must cost next to nothing.
 void BM_CheckWithRefusingCategory(benchmark::State& state) {
   ZemMetaLibPtr metalib = ManyTables(1);
-  WlogMemorySink sink;
-  tagWLogCategoryInst category = WlogCategoryFor(&sink);
-  category.iPriorityLow = WLOG_PRIORITY_ERROR;
-  category.piPriorityLow = &category.iPriorityLow;
+  WlogMemoryCategory log;
+  LPWLOGCATEGORYINST category = log.handle();
+  category->iPriorityLow = WLOG_PRIORITY_ERROR;
+  category->piPriorityLow = &category->iPriorityLow;
   for (auto _ : state) {
     CheckTable checker;
-    benchmark::DoNotOptimize(checker.VelmoraCheckTable(metalib.get(), "table_0", 0, &category,
+    benchmark::DoNotOptimize(checker.VelmoraCheckTable(metalib.get(), "table_0", 0, category,
                                                         "3.40.0.193253", "3.37.0", "none"));
   }
-  if (!sink.records().empty()) state.SkipWithError("a refused line reached the sink");
+  if (!log.lines().empty()) state.SkipWithError("a refused line reached the sink");
 }
 BENCHMARK(BM_CheckWithRefusingCategory);
 
 // The same table with every line recorded, for comparison.
 void BM_CheckWithRecordingCategory(benchmark::State& state) {
   ZemMetaLibPtr metalib = ManyTables(1);
-  WlogMemorySink sink;
-  tagWLogCategoryInst category = WlogCategoryFor(&sink);
+  WlogMemoryCategory log;
   for (auto _ : state) {
     CheckTable checker;
-    benchmark::DoNotOptimize(checker.VelmoraCheckTable(metalib.get(), "table_0", 0, &category,
+    benchmark::DoNotOptimize(checker.VelmoraCheckTable(metalib.get(), "table_0", 0, log.handle(),
                                                         "3.40.0.193253", "3.37.0", "none"));
-    sink.Clear();
+    log.Clear();
   }
 }
 BENCHMARK(BM_CheckWithRecordingCategory);

@@ -3,7 +3,8 @@
 # otherwise it prints the exact command to run and stops.
 set -euo pipefail
 
-packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev)
+packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev
+          clang-tidy)
 
 missing=()
 for pkg in "${packages[@]}"; do

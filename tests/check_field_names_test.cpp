@@ -48,7 +48,8 @@ class FieldNamesTest : public ::testing::Test {
 // Name by name.
 
 TEST_F(FieldNamesTest, LengthCheckRejectsNullMeta) {
-  EXPECT_EQ(CheckTableProbe::CheckFieldNameLength(checker_, nullptr, log_.handle()), -1);
+  EXPECT_EQ(CheckTableProbe::CheckFieldNameLength(checker_, nullptr, log_.handle()),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "CheckFieldNameLength failed.meta is NULL");
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(300, "CheckFieldNameLength failed.meta is NULL",
                                                   kLengthCheck)));
@@ -56,9 +57,11 @@ TEST_F(FieldNamesTest, LengthCheckRejectsNullMeta) {
 
 TEST_F(FieldNamesTest, LengthCheckFillsBufferWithoutLogHandle) {
   LPZEMMETA meta = Meta(Named({"1a"}));
-  EXPECT_EQ(CheckTableProbe::CheckFieldNameLength(checker_, meta, nullptr), -17);
+  EXPECT_EQ(CheckTableProbe::CheckFieldNameLength(checker_, meta, nullptr),
+            ERROR_FIELD_NAME_STARTWITH_DIGIT);
   EXPECT_EQ(Message(), "field name[1a] startswith digit.");
-  EXPECT_EQ(CheckTableProbe::CheckFieldNameLength(checker_, nullptr, nullptr), -1);
+  EXPECT_EQ(CheckTableProbe::CheckFieldNameLength(checker_, nullptr, nullptr),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "CheckFieldNameLength failed.meta is NULL");
 }
 
@@ -74,7 +77,7 @@ TEST_F(FieldNamesTest, IdentifiersPassAndEachLengthIsLogged) {
 }
 
 TEST_F(FieldNamesTest, LeadingDigitIsRejected) {
-  EXPECT_EQ(Length(Named({"1a"})), -17);
+  EXPECT_EQ(Length(Named({"1a"})), ERROR_FIELD_NAME_STARTWITH_DIGIT);
   EXPECT_EQ(Message(), "field name[1a] startswith digit.");
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(600, "length of entry name 1a is 2", kLengthCheck),
@@ -82,7 +85,7 @@ TEST_F(FieldNamesTest, LeadingDigitIsRejected) {
 }
 
 TEST_F(FieldNamesTest, DashIsAnIllegalCharacter) {
-  EXPECT_EQ(Length(Named({"a-b"})), -18);
+  EXPECT_EQ(Length(Named({"a-b"})), ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(Message(), "field name[a-b] has illegal character.");
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(600, "length of entry name a-b is 3", kLengthCheck),
@@ -90,24 +93,24 @@ TEST_F(FieldNamesTest, DashIsAnIllegalCharacter) {
 }
 
 TEST_F(FieldNamesTest, BlankIsAnIllegalCharacter) {
-  EXPECT_EQ(Length(Named({"a b"})), -18);
+  EXPECT_EQ(Length(Named({"a b"})), ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(Message(), "field name[a b] has illegal character.");
 }
 
 TEST_F(FieldNamesTest, TrailingBlankIsNotTrimmed) {
-  EXPECT_EQ(Length(Named({"ab "})), -18);
+  EXPECT_EQ(Length(Named({"ab "})), ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(Message(), "field name[ab ] has illegal character.");
 }
 
 TEST_F(FieldNamesTest, NonAsciiLetterIsAnIllegalCharacter) {
-  EXPECT_EQ(Length(Named({"caf\xc3\xa9"})), -18);
+  EXPECT_EQ(Length(Named({"caf\xc3\xa9"})), ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(Message(), "field name[caf\xc3\xa9] has illegal character.");
   EXPECT_THAT(log_.lines()[0],
               LogLineIs(600, "length of entry name caf\xc3\xa9 is 5", kLengthCheck));
 }
 
 TEST_F(FieldNamesTest, EmptyNameIsRejected) {
-  EXPECT_EQ(Length(Named({""})), -19);
+  EXPECT_EQ(Length(Named({""})), ERROR_FIELD_NAME_EMPTY);
   EXPECT_EQ(Message(), "field name is empty.");
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(600, "length of entry name  is 0", kLengthCheck),
                                         LogLineIs(300, "field name is empty.", kLengthCheck)));
@@ -117,7 +120,7 @@ TEST_F(FieldNamesTest, ThirtyOneCharactersPassThirtyTwoAreTooLong) {
   const std::string name31(31, 'x');
   const std::string name32(32, 'x');
   EXPECT_EQ(Length(Named({name31})), 0);
-  EXPECT_EQ(Length(Named({name32})), -9);
+  EXPECT_EQ(Length(Named({name32})), ERROR_FIELD_NAME_TOO_LONG);
   EXPECT_EQ(Message(), "length of entry " + name32 + " is too long");
   EXPECT_THAT(
       log_.lines(),
@@ -127,17 +130,17 @@ TEST_F(FieldNamesTest, ThirtyOneCharactersPassThirtyTwoAreTooLong) {
 
 TEST_F(FieldNamesTest, IllegalCharacterIsReportedBeforeLength) {
   const std::string name = std::string(20, 'a') + "-" + std::string(19, 'b');
-  EXPECT_EQ(Length(Named({name})), -18);
+  EXPECT_EQ(Length(Named({name})), ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(Message(), "field name[" + name + "] has illegal character.");
 }
 
 TEST_F(FieldNamesTest, LeadingDigitIsReportedBeforeIllegalCharacter) {
-  EXPECT_EQ(Length(Named({"1-"})), -17);
+  EXPECT_EQ(Length(Named({"1-"})), ERROR_FIELD_NAME_STARTWITH_DIGIT);
   EXPECT_EQ(Message(), "field name[1-] startswith digit.");
 }
 
 TEST_F(FieldNamesTest, FirstFailingEntryEndsTheLengthCheck) {
-  EXPECT_EQ(Length(Named({"ok", "1a", "a-b"})), -17);
+  EXPECT_EQ(Length(Named({"ok", "1a", "a-b"})), ERROR_FIELD_NAME_STARTWITH_DIGIT);
   EXPECT_EQ(Message(), "field name[1a] startswith digit.");
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(600, "length of entry name ok is 2", kLengthCheck),
@@ -154,14 +157,15 @@ TEST_F(FieldNamesTest, LengthCheckPassesMetaWithoutEntriesAndLogsSuccess) {
 TEST_F(FieldNamesTest, LengthCheckRejectsNullEntry) {
   ZemMetaDef table = Named({"a", "b"});
   table.entries[1].null_slot = true;
-  EXPECT_EQ(Length(table), -1);
+  EXPECT_EQ(Length(table), CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "entry 1 is null! Meta name: t");
 }
 
 // Names against each other.
 
 TEST_F(FieldNamesTest, RepeatCheckRejectsNullMetaWithTheLengthCheckText) {
-  EXPECT_EQ(CheckTableProbe::CheckRepeatedFieldName(checker_, nullptr, log_.handle()), -1);
+  EXPECT_EQ(CheckTableProbe::CheckRepeatedFieldName(checker_, nullptr, log_.handle()),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "CheckFieldNameLength failed.meta is NULL");
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(300, "CheckFieldNameLength failed.meta is NULL",
                                                   kRepeatCheck)));
@@ -169,7 +173,8 @@ TEST_F(FieldNamesTest, RepeatCheckRejectsNullMetaWithTheLengthCheckText) {
 
 TEST_F(FieldNamesTest, RepeatCheckFillsBufferWithoutLogHandle) {
   LPZEMMETA meta = Meta(Named({"Level", "level"}));
-  EXPECT_EQ(CheckTableProbe::CheckRepeatedFieldName(checker_, meta, nullptr), -51);
+  EXPECT_EQ(CheckTableProbe::CheckRepeatedFieldName(checker_, meta, nullptr),
+            ERROR_REPEATED_FIELD_NAME);
   EXPECT_EQ(Message(),
             "using strncasecmp, the field name is repeated. field_name:Level, entry_index:0, "
             "cmp_field_name:level, cmp_entry_index:1");
@@ -179,7 +184,7 @@ TEST_F(FieldNamesTest, NamesDifferingOnlyInCaseRepeat) {
   const char* const text =
       "using strncasecmp, the field name is repeated. field_name:Level, entry_index:0, "
       "cmp_field_name:level, cmp_entry_index:1";
-  EXPECT_EQ(Repeated(Named({"Level", "level"})), -51);
+  EXPECT_EQ(Repeated(Named({"Level", "level"})), ERROR_REPEATED_FIELD_NAME);
   EXPECT_EQ(Message(), text);
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(600, "length of entry name Level is 5", kRepeatCheck),
@@ -196,19 +201,19 @@ TEST_F(FieldNamesTest, NamesOfDifferentLengthDoNotRepeat) {
 }
 
 TEST_F(FieldNamesTest, FirstRepeatedPairInRowOrderIsReported) {
-  EXPECT_EQ(Repeated(Named({"a", "b", "B", "A"})), -51);
+  EXPECT_EQ(Repeated(Named({"a", "b", "B", "A"})), ERROR_REPEATED_FIELD_NAME);
   EXPECT_EQ(Message(),
             "using strncasecmp, the field name is repeated. field_name:a, entry_index:0, "
             "cmp_field_name:A, cmp_entry_index:3");
 }
 
 TEST_F(FieldNamesTest, EmptyNameIsReportedOnlyAfterEarlierPairsPass) {
-  EXPECT_EQ(Repeated(Named({"x", "", "X"})), -51);
+  EXPECT_EQ(Repeated(Named({"x", "", "X"})), ERROR_REPEATED_FIELD_NAME);
   EXPECT_EQ(Message(),
             "using strncasecmp, the field name is repeated. field_name:x, entry_index:0, "
             "cmp_field_name:X, cmp_entry_index:2");
 
-  EXPECT_EQ(Repeated(Named({"x", "", "y"})), -19);
+  EXPECT_EQ(Repeated(Named({"x", "", "y"})), ERROR_FIELD_NAME_EMPTY);
   EXPECT_EQ(Message(), "field name is empty.");
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(600, "length of entry name x is 1", kRepeatCheck),
                                         LogLineIs(600, "length of entry name  is 0", kRepeatCheck),
@@ -216,7 +221,7 @@ TEST_F(FieldNamesTest, EmptyNameIsReportedOnlyAfterEarlierPairsPass) {
 }
 
 TEST_F(FieldNamesTest, EmptyLastNameIsReported) {
-  EXPECT_EQ(Repeated(Named({"x", ""})), -19);
+  EXPECT_EQ(Repeated(Named({"x", ""})), ERROR_FIELD_NAME_EMPTY);
   EXPECT_EQ(Message(), "field name is empty.");
 }
 
@@ -235,7 +240,7 @@ TEST_F(FieldNamesTest, RepeatMessageShowsPercentNamesAsText) {
   const char* const text =
       "using strncasecmp, the field name is repeated. field_name:a%n, entry_index:0, "
       "cmp_field_name:A%N, cmp_entry_index:1";
-  EXPECT_EQ(Repeated(Named({"a%n", "A%N"})), -51);
+  EXPECT_EQ(Repeated(Named({"a%n", "A%N"})), ERROR_REPEATED_FIELD_NAME);
   EXPECT_EQ(Message(), text);
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(600, "length of entry name a%n is 3", kRepeatCheck),
@@ -243,7 +248,7 @@ TEST_F(FieldNamesTest, RepeatMessageShowsPercentNamesAsText) {
 }
 
 TEST_F(FieldNamesTest, RepeatMessageTurnsDoublePercentIntoOne) {
-  EXPECT_EQ(Repeated(Named({"b%%c", "B%%C"})), -51);
+  EXPECT_EQ(Repeated(Named({"b%%c", "B%%C"})), ERROR_REPEATED_FIELD_NAME);
   EXPECT_EQ(Message(),
             "using strncasecmp, the field name is repeated. field_name:b%c, entry_index:0, "
             "cmp_field_name:B%C, cmp_entry_index:1");
@@ -253,7 +258,7 @@ TEST_F(FieldNamesTest, RepeatMessageTurnsDoublePercentIntoOne) {
 TEST_F(FieldNamesTest, RepeatCheckRejectsNullEntry) {
   ZemMetaDef table = Named({"a", "b"});
   table.entries[1].null_slot = true;
-  EXPECT_EQ(Repeated(table), -1);
+  EXPECT_EQ(Repeated(table), CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "entry 1 is null! Meta name: t");
 }
 

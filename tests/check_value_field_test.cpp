@@ -39,7 +39,8 @@ class ValueFieldTest : public ::testing::Test {
 };
 
 TEST_F(ValueFieldTest, NullMetaIsAnInvalidParameter) {
-  EXPECT_EQ(CheckTableProbe::CheckValueField(checker_, nullptr, 0, "", log_.handle()), -1);
+  EXPECT_EQ(CheckTableProbe::CheckValueField(checker_, nullptr, 0, "", log_.handle()),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "meta is NULL");
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(300, "meta is NULL", kCheck)));
 }
@@ -50,12 +51,13 @@ TEST_F(ValueFieldTest, NullLogHandleStillFillsTheErrorBuffer) {
                                              nullptr),
             -3);
   EXPECT_EQ(Message(), "The number of value field can not more than 256! table: 't'");
-  EXPECT_EQ(CheckTableProbe::CheckValueField(checker_, nullptr, 0, "", nullptr), -1);
+  EXPECT_EQ(CheckTableProbe::CheckValueField(checker_, nullptr, 0, "", nullptr),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "meta is NULL");
 }
 
 TEST_F(ValueFieldTest, MetaWithoutEntriesHasZeroValueFields) {
-  EXPECT_EQ(Run(Table("t", {}), 0, ""), -3);
+  EXPECT_EQ(Run(Table("t", {}), 0, ""), ERROR_VALUE_FIELD);
   EXPECT_EQ(Message(), "The number of value field can not be zero! table: 't'");
   EXPECT_THAT(
       log_.lines(),
@@ -65,12 +67,13 @@ TEST_F(ValueFieldTest, MetaWithoutEntriesHasZeroValueFields) {
 TEST_F(ValueFieldTest, NegativeEntryCountHasZeroValueFields) {
   ZemMetaDef table = Table("t", {});
   table.entry_num = -4;
-  EXPECT_EQ(Run(table, 0, ""), -3);
+  EXPECT_EQ(Run(table, 0, ""), ERROR_VALUE_FIELD);
   EXPECT_EQ(Message(), "The number of value field can not be zero! table: 't'");
 }
 
 TEST_F(ValueFieldTest, KeyFieldsOnlyHaveZeroValueFields) {
-  EXPECT_EQ(Run(Table("t", {Field("k1"), Field("k2")}, {"k1", "k2"}), 1, "3.40.0.193253"), -3);
+  EXPECT_EQ(Run(Table("t", {Field("k1"), Field("k2")}, {"k1", "k2"}), 1, "3.40.0.193253"),
+            ERROR_VALUE_FIELD);
   EXPECT_EQ(Message(), "The number of value field can not be zero! table: 't'");
 }
 
@@ -95,7 +98,7 @@ TEST_F(ValueFieldTest, GenericTableWith257ValuesFailsWhateverTheVersion) {
 }
 
 TEST_F(ValueFieldTest, GenericTableAbove128ValuesNeedsGateVersion) {
-  EXPECT_EQ(Run(TableWithValues(129), 0, "3.39.0"), -3);
+  EXPECT_EQ(Run(TableWithValues(129), 0, "3.39.0"), ERROR_VALUE_FIELD);
   EXPECT_EQ(Message(), "svr version 3.39.0 < 3.40.0.193253, not support 256 value! table: 't'");
   EXPECT_THAT(
       log_.lines(),
@@ -108,13 +111,13 @@ TEST_F(ValueFieldTest, GenericTableWith128ValuesPassesOnOlderServer) {
 }
 
 TEST_F(ValueFieldTest, GateComparesAllFourVersionParts) {
-  EXPECT_EQ(Run(TableWithValues(129), 0, "3.40.0.193252"), -3);
+  EXPECT_EQ(Run(TableWithValues(129), 0, "3.40.0.193252"), ERROR_VALUE_FIELD);
   EXPECT_EQ(Message(),
             "svr version 3.40.0.193252 < 3.40.0.193253, not support 256 value! table: 't'");
 }
 
 TEST_F(ValueFieldTest, ListTableAbove127ValuesNeedsGateVersion) {
-  EXPECT_EQ(Run(TableWithValues(128), 1, "3.39.0"), -3);
+  EXPECT_EQ(Run(TableWithValues(128), 1, "3.39.0"), ERROR_VALUE_FIELD);
   EXPECT_EQ(Message(), "svr version 3.39.0 < 3.40.0.193253, not support 256 value! table: 't'");
 }
 
@@ -151,7 +154,8 @@ TEST_F(ValueFieldTest, KeyFieldOfUnsupportedTypeIsSkipped) {
 }
 
 TEST_F(ValueFieldTest, UnsupportedValueTypeFailsBeforeCountLimits) {
-  EXPECT_EQ(Run(TableWithValues(300, {Field("w", ZEM_TYPE_WSTRING)}), 0, ""), -16);
+  EXPECT_EQ(Run(TableWithValues(300, {Field("w", ZEM_TYPE_WSTRING)}), 0, ""),
+            ERROR_FIELD_TYPE_ILLEGAL);
   EXPECT_EQ(Message(), "The entry type is not supported! entry_name:'w' table='t'");
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(
@@ -159,17 +163,19 @@ TEST_F(ValueFieldTest, UnsupportedValueTypeFailsBeforeCountLimits) {
 }
 
 TEST_F(ValueFieldTest, NegativeTypeCodeIsUnsupported) {
-  EXPECT_EQ(Run(TableWithValues(1, {Field("neg", -1)}), 0, ""), -16);
+  EXPECT_EQ(Run(TableWithValues(1, {Field("neg", -1)}), 0, ""), ERROR_FIELD_TYPE_ILLEGAL);
   EXPECT_EQ(Message(), "The entry type is not supported! entry_name:'neg' table='t'");
 }
 
 TEST_F(ValueFieldTest, FirstUnsupportedEntryInOrderIsReported) {
-  EXPECT_EQ(Run(TableWithValues(1, {Field("w1", 30), Field("w2", 22)}), 0, ""), -16);
+  EXPECT_EQ(Run(TableWithValues(1, {Field("w1", 30), Field("w2", 22)}), 0, ""),
+            ERROR_FIELD_TYPE_ILLEGAL);
   EXPECT_EQ(Message(), "The entry type is not supported! entry_name:'w1' table='t'");
 }
 
 TEST_F(ValueFieldTest, StringValueWithCountFailsWithItsReport) {
-  EXPECT_EQ(Run(TableWithValues(1, {Field("s", ZEM_TYPE_STRING, 2)}), 0, ""), -16);
+  EXPECT_EQ(Run(TableWithValues(1, {Field("s", ZEM_TYPE_STRING, 2)}), 0, ""),
+            ERROR_FIELD_TYPE_ILLEGAL);
   EXPECT_EQ(Message(), "these string entry should not have 'count' attribute : s ");
   EXPECT_THAT(log_.lines(),
               ElementsAre(LogLineIs(
@@ -196,14 +202,14 @@ TEST_F(ValueFieldTest, StringReportShowsPercentNamesAsText) {
 }
 
 TEST_F(ValueFieldTest, StringReportComesAfterCountLimits) {
-  EXPECT_EQ(Run(TableWithValues(256, {Field("s", ZEM_TYPE_STRING, 2)}), 0, ""), -3);
+  EXPECT_EQ(Run(TableWithValues(256, {Field("s", ZEM_TYPE_STRING, 2)}), 0, ""), ERROR_VALUE_FIELD);
   EXPECT_EQ(Message(), "The number of value field can not more than 256! table: 't'");
 }
 
 TEST_F(ValueFieldTest, NullEntryInTheWalkIsAnInvalidParameter) {
   ZemMetaDef table = TableWithValues(2);
   table.entries[1].null_slot = true;
-  EXPECT_EQ(Run(table, 0, ""), -1);
+  EXPECT_EQ(Run(table, 0, ""), CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "entry 1 is null! Meta name: t");
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(300, "entry 1 is null! Meta name: t", kCheck)));
 }
@@ -221,7 +227,8 @@ TEST_F(ValueFieldTest, SuccessLogsInfoLineAndLeavesBufferAlone) {
 TEST(WhetherTypeSupportedTest, NullEntryIsAnInvalidParameter) {
   CheckTable checker;
   LogCapture log;
-  EXPECT_EQ(CheckTableProbe::CheckWhetherTypeSupportted(checker, nullptr, log.handle()), -1);
+  EXPECT_EQ(CheckTableProbe::CheckWhetherTypeSupportted(checker, nullptr, log.handle()),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_STREQ(checker.GetErrType(), "pstEntry is NULL");
   EXPECT_THAT(log.lines(),
               ElementsAre(LogLineIs(300, "pstEntry is NULL", "CheckWhetherTypeSupportted")));
@@ -249,7 +256,7 @@ TEST(WhetherTypeSupportedTest, CodesBelow22AreSupportedOthersAreNotAndNothingIsR
 TEST(ValueFieldNumTest, NullMetaOnlyLogs) {
   CheckTable checker;
   LogCapture log;
-  EXPECT_EQ(checker.GetValueFieldNum(nullptr, log.handle()), -1);
+  EXPECT_EQ(checker.GetValueFieldNum(nullptr, log.handle()), CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_STREQ(checker.GetErrType(), "");
   EXPECT_THAT(log.lines(), ElementsAre(LogLineIs(300, "meta is NULL", "GetValueFieldNum")));
 }

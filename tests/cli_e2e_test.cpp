@@ -1,21 +1,21 @@
 // velmora-check-table end to end: the built command runs on schema files, and its exit status,
 // standard output and standard error are what a table designer or a CI job sees.
 #include <gmock/gmock.h>
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli_test_support.h"
+#include <velmora/check_table_error.h>
 
 namespace {
 
@@ -392,14 +392,14 @@ TEST(CheckTableCommand, ChecksANamedTableTheSchemaLacks) {
   ASSERT_EQ(table.at("checks").size(), 2u);
   const Json& attrs = table.at("checks")[0];
   EXPECT_EQ(attrs.at("check"), "CheckTableTypeByCustomAttr");
-  EXPECT_EQ(attrs.at("result"), -2);
+  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
   EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
   EXPECT_EQ(attrs.at("message"), message);
   EXPECT_TRUE(HasLogLine(attrs, 300, "CheckTableTypeByCustomAttr", message));
   const Json& entry = table.at("checks")[1];
   EXPECT_EQ(entry.at("check"), "VelmoraCheckTable");
   EXPECT_EQ(entry.at("kind"), 0);
-  EXPECT_EQ(entry.at("result"), -2);
+  EXPECT_EQ(entry.at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
   EXPECT_EQ(entry.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
   EXPECT_EQ(entry.at("message"), message);
   EXPECT_TRUE(HasLogLine(entry, 300, "VelmoraCheckTable", message));
@@ -439,7 +439,7 @@ TEST(CheckTableCommand, ReportsSchemaTableNamesThatBreakTheNameRules) {
   ASSERT_EQ(digits.at("checks").size(), 3u);
   for (int i = 0; i < 2; ++i) {
     const Json& check = digits.at("checks")[i];
-    EXPECT_EQ(check.at("result"), -12);
+    EXPECT_EQ(check.at("result"), ERROR_TABLE_NAME_STARTWITH_DIGIT);
     EXPECT_EQ(check.at("code"), "ERROR_TABLE_NAME_STARTWITH_DIGIT");
     EXPECT_EQ(check.at("message"), "table name startswith digit.");
     EXPECT_TRUE(
@@ -448,7 +448,7 @@ TEST(CheckTableCommand, ReportsSchemaTableNamesThatBreakTheNameRules) {
   // The meta exists, so the refer check runs, and passes.
   EXPECT_EQ(digits.at("checks")[2].at("result"), 0);
   const Json percent = TableIn(report, "hp%n%s");
-  EXPECT_EQ(percent.at("checks")[1].at("result"), -13);
+  EXPECT_EQ(percent.at("checks")[1].at("result"), ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(percent.at("checks")[1].at("message"), "table name has illegal character.");
 }
 
@@ -459,7 +459,7 @@ TEST(CheckTableCommand, ChecksANamedTableWithPercentSignsAsPlainText) {
   const Json table = TableIn(ParseReport(result), "a%n%s%%");
   EXPECT_TRUE(table.at("line").is_null());
   EXPECT_EQ(table.at("checks").size(), 2u);
-  EXPECT_EQ(table.at("checks")[1].at("result"), -13);
+  EXPECT_EQ(table.at("checks")[1].at("result"), ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(table.at("checks")[1].at("message"), "table name has illegal character.");
   EXPECT_THAT(Lines(RunCheckTable({"-t", "a%n%s%%", path}).out),
               ElementsAre(path + ": error: a%n%s%%: table name has illegal character. "
@@ -467,11 +467,29 @@ TEST(CheckTableCommand, ChecksANamedTableWithPercentSignsAsPlainText) {
                           "1 table checked, 1 failed"));
 }
 
+// A test's scratch folder lives under the build tree and goes away with its guard, also when an
+// assertion inside the test has failed.
+TEST(CheckTableCommandScratch, ScratchFolderIsRemovedWithItsFilesEvenAfterAFailedAssertion) {
+  std::string path;
+  std::string file;
+  {
+    const ScratchDir dir;
+    ASSERT_TRUE(dir.ok());
+    path = dir.path();
+    file = dir.File("schema.xml");
+    std::ofstream(file) << "<metalib/>";
+    EXPECT_EQ(path.rfind(std::string(VELMORA_TEST_SCRATCH_DIR) + "/", 0), 0u);
+    EXPECT_TRUE(std::filesystem::exists(file));
+    EXPECT_NONFATAL_FAILURE(ADD_FAILURE() << "an assertion that fails inside the test",
+                            "an assertion that fails");
+  }
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST(CheckTableCommand, ChecksFiveThousandTablesOfATenMegabyteSchemaQuickly) {
-  char dir_template[] = "/tmp/velmora-cli-big-XXXXXX";
-  const char* dir = mkdtemp(dir_template);
-  ASSERT_NE(dir, nullptr);
-  const std::string path = std::string(dir) + "/big.xml";
+  const ScratchDir dir;
+  ASSERT_TRUE(dir.ok());
+  const std::string path = dir.File("big.xml");
   {
     std::ofstream out(path, std::ios::binary);
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<metalib name=\"big\" version=\"1\">\n";
@@ -491,8 +509,6 @@ TEST(CheckTableCommand, ChecksFiveThousandTablesOfATenMegabyteSchemaQuickly) {
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   const CommandResult json = RunCheckTable({"-f", "json", "-t", "t4999", "-t", "t0", path});
-  std::remove(path.c_str());
-  rmdir(dir);
 
   EXPECT_EQ(text.status, 0);
   const std::vector<std::string> lines = Lines(text.out);
@@ -650,10 +666,10 @@ TEST(CheckTableCommand, RecordsTheLogLinesOfAFailingCheckInJson) {
   EXPECT_EQ(table.at("line"), 7);
   EXPECT_EQ(table.at("ok"), false);
   const Json& attrs = table.at("checks")[0];
-  EXPECT_EQ(attrs.at("result"), -46);
+  EXPECT_EQ(attrs.at("result"), ERROR_OLD_TABLE_DEFINE);
   EXPECT_EQ(attrs.at("code"), "ERROR_OLD_TABLE_DEFINE");
   const Json& entry = table.at("checks")[1];
-  EXPECT_EQ(entry.at("result"), -51);
+  EXPECT_EQ(entry.at("result"), ERROR_REPEATED_FIELD_NAME);
   EXPECT_EQ(entry.at("code"), "ERROR_REPEATED_FIELD_NAME");
   EXPECT_EQ(entry.at("message"), "CheckPrimaryKey failed! table:'badkey',ret:-51");
   EXPECT_TRUE(HasLogLine(entry, 300, "CheckPrimaryKey",
@@ -682,7 +698,7 @@ TEST(CheckTableCommand, WritesInvalidBytesAsReplacementCharacters) {
   EXPECT_EQ(result.status, 1);
   const Json report = ParseReport(result);
   const Json attrs = TableIn(report, "longattr").at("checks")[0];
-  EXPECT_EQ(attrs.at("result"), -1);
+  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(attrs.at("message"), expected);
   EXPECT_TRUE(HasLogLine(attrs, 300, "CheckTableTypeByCustomAttr", expected));
 }
@@ -694,7 +710,7 @@ TEST(CheckTableCommand, WritesAnInvalidTableNameAsValidJson) {
   ASSERT_EQ(report.at("tables").size(), 1u);
   const Json& table = report.at("tables")[0];
   EXPECT_EQ(table.at("table"), "t\xEF\xBF\xBD");
-  EXPECT_EQ(table.at("checks")[0].at("result"), -13);
+  EXPECT_EQ(table.at("checks")[0].at("result"), ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(table.at("checks")[0].at("message"), "table name has illegal character.");
 }
 
@@ -720,7 +736,7 @@ TEST(CheckTableCommand, DerivesTheListKindFromTheAttributes) {
   EXPECT_EQ(attrs.at("list_num"), 10);
   const Json& entry = table.at("checks")[1];
   EXPECT_EQ(entry.at("kind"), 1);
-  EXPECT_EQ(entry.at("result"), -2);
+  EXPECT_EQ(entry.at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
   EXPECT_EQ(entry.at("message"), message);
   EXPECT_TRUE(HasLogLine(entry, 300, "VelmoraCheckTable", message));
 }
@@ -741,7 +757,7 @@ TEST(CheckTableCommand, UsesTheGivenKindInsteadOfTheAttributes) {
       ParseReport(RunCheckTable({"-k", "list", "--proxy-version", "3.36.0", "-f", "json", path})),
       "list4");
   EXPECT_EQ(list.at("checks")[1].at("kind"), 1);
-  EXPECT_EQ(list.at("checks")[1].at("result"), -2);
+  EXPECT_EQ(list.at("checks")[1].at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
 }
 
 TEST(CheckTableCommand, PassesAnIntegerKindAsItIs) {
@@ -753,7 +769,7 @@ TEST(CheckTableCommand, PassesAnIntegerKindAsItIs) {
     EXPECT_EQ(result.status, 1);
     const Json entry = TableIn(ParseReport(result), "list4").at("checks")[1];
     EXPECT_EQ(entry.at("kind"), std::stoi(kind));
-    EXPECT_EQ(entry.at("result"), -1);
+    EXPECT_EQ(entry.at("result"), CHECK_TABLE_ERROR_INVALID_PARAMETER);
     EXPECT_EQ(entry.at("code"), "CHECK_TABLE_ERROR_INVALID_PARAMETER");
     EXPECT_EQ(entry.at("message"), message);
   }
@@ -848,14 +864,14 @@ TEST(CheckTableCommand, JudgesArraysAddedSinceTheOldSchema) {
   const Json report = ParseReport(json);
   const Json bag = TableIn(report, "bag").at("checks")[2];
   EXPECT_EQ(bag.at("check"), "CheckWhetherNewEntryCountWithRefer");
-  EXPECT_EQ(bag.at("result"), -36);
+  EXPECT_EQ(bag.at("result"), ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(bag.at("code"), "ERROR_COUNT_WITHNOT_REFER");
   EXPECT_EQ(bag.at("report"), "these new entry have 'count' without 'refer' : extra ");
   EXPECT_EQ(bag.at("message"), "");
   // A table the old schema did not have is judged whole.
   const Json wallet = TableIn(report, "wallet").at("checks")[2];
   EXPECT_EQ(wallet.at("check"), "CheckWhetherCountWithRefer");
-  EXPECT_EQ(wallet.at("result"), -36);
+  EXPECT_EQ(wallet.at("result"), ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(wallet.at("report"), "these entry have 'count' without 'refer' : coins ");
 
   const CommandResult text = RunCheckTable({"--old", Fixture("old.xml"), path});

@@ -7,11 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 struct CommandResult {
@@ -39,17 +40,49 @@ inline std::string ReadFile(const std::string& path) {
   return text.str();
 }
 
+// A folder of the running test's own under the tests' scratch directory in the build tree. The
+// guard removes it with everything in it, whether or not the test's assertions held.
+class ScratchDir {
+ public:
+  ScratchDir() {
+    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string name =
+        test != nullptr ? std::string(test->test_suite_name()) + "." + test->name() : "scratch";
+    for (char& c : name) {
+      if (c == '/') c = '_';  // parameterized tests are named "Suite/Case"
+    }
+    std::error_code error;
+    std::filesystem::create_directories(VELMORA_TEST_SCRATCH_DIR, error);
+    std::string pattern = std::string(VELMORA_TEST_SCRATCH_DIR) + "/" + name + "-XXXXXX";
+    if (mkdtemp(pattern.data()) != nullptr) {
+      m_path = pattern;
+    } else {
+      ADD_FAILURE() << "cannot make a scratch folder " << pattern;
+    }
+  }
+  ~ScratchDir() {
+    std::error_code ignored;
+    if (!m_path.empty()) std::filesystem::remove_all(m_path, ignored);
+  }
+  ScratchDir(const ScratchDir&) = delete;
+  ScratchDir& operator=(const ScratchDir&) = delete;
+
+  bool ok() const { return !m_path.empty(); }
+  const std::string& path() const { return m_path; }
+  // The path of a file in the folder.
+  std::string File(const std::string& name) const { return m_path + "/" + name; }
+
+ private:
+  std::string m_path;
+};
+
 // Runs the command with these arguments and collects what it printed and its exit status.
 inline CommandResult RunCheckTable(const std::vector<std::string>& args) {
-  char dir_template[] = "/tmp/velmora-cli-XXXXXX";
-  const char* dir = mkdtemp(dir_template);
   CommandResult result;
-  if (dir == nullptr) {
-    ADD_FAILURE() << "cannot make a temporary directory";
-    return result;
-  }
-  const std::string out_path = std::string(dir) + "/out";
-  const std::string err_path = std::string(dir) + "/err";
+  const ScratchDir dir;
+  if (!dir.ok()) return result;
+  const std::string out_path = dir.File("out");
+  const std::string err_path = dir.File("err");
   std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN);
   for (const std::string& arg : args) command += " " + ShellQuote(arg);
   command += " </dev/null >" + ShellQuote(out_path) + " 2>" + ShellQuote(err_path);
@@ -61,9 +94,6 @@ inline CommandResult RunCheckTable(const std::vector<std::string>& args) {
   }
   result.out = ReadFile(out_path);
   result.err = ReadFile(err_path);
-  std::remove(out_path.c_str());
-  std::remove(err_path.c_str());
-  rmdir(dir);
   return result;
 }
 

@@ -48,7 +48,8 @@ class CountReferTest : public ::testing::Test {
 // Strings.
 
 TEST_F(CountReferTest, StringCheckRejectsNullMeta) {
-  EXPECT_EQ(CheckTableProbe::CheckStringWithCount(checker_, nullptr, report_, log_.handle()), -1);
+  EXPECT_EQ(CheckTableProbe::CheckStringWithCount(checker_, nullptr, report_, log_.handle()),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "Meta is NULL!");
   EXPECT_EQ(report_, "");
   EXPECT_THAT(log_.lines(), ElementsAre(LogLineIs(300, "Meta is NULL!", "CheckStringWithCount")));
@@ -93,7 +94,8 @@ TEST_F(CountReferTest, StringReportKeepsPercentNamesAsTheyAre) {
 
 TEST_F(CountReferTest, ReferCheckRejectsNullMeta) {
   report_ = "kept";
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(nullptr, report_, log_.handle()), -1);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(nullptr, report_, log_.handle()),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "table_meta is NULL!");
   EXPECT_EQ(report_, "kept");
   EXPECT_THAT(log_.lines(),
@@ -101,13 +103,15 @@ TEST_F(CountReferTest, ReferCheckRejectsNullMeta) {
 }
 
 TEST_F(CountReferTest, ReferCheckFillsBufferWithoutLogHandle) {
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(nullptr, report_, nullptr), -1);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(nullptr, report_, nullptr),
+            CHECK_TABLE_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(Message(), "table_meta is NULL!");
 }
 
 TEST_F(CountReferTest, ArrayWithoutReferIsListed) {
   auto lib = BuildLib({Table("t", {Field("n"), Array("a", 4), Array("b", 2, "n")})});
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, log_.handle()), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, log_.handle()),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, std::string(kReferHeading) + "a ");
   EXPECT_EQ(Message(), "");
   EXPECT_THAT(log_.lines(), IsEmpty());
@@ -123,39 +127,45 @@ TEST_F(CountReferTest, ScalarsAndVariableArraysNeedNoRefer) {
 TEST_F(CountReferTest, StructMembersAreListedDepthFirstWithoutPrefix) {
   auto lib = BuildLib({Table("inner", {Array("x", 3)}),
                        Table("t", {Array("p", 2), Struct("s", "inner"), Array("q", 2)})});
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, log_.handle()), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, log_.handle()),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, std::string(kReferHeading) + "p x q ");
 }
 
 TEST_F(CountReferTest, StructArrayWithoutReferIsListedBeforeItsMembers) {
   auto lib = BuildLib({Table("inner", {Array("x", 3)}), Table("t", {Struct("s", "inner", 4)})});
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, std::string(kReferHeading) + "s x ");
 }
 
 TEST_F(CountReferTest, NameIsNotListedTwiceAcrossNestedStructs) {
   auto lib = BuildLib({Table("inner", {Array("x", 3)}),
                        Table("t", {Array("x", 2), Struct("s", "inner"), Struct("r", "inner")})});
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, std::string(kReferHeading) + "x ");
 }
 
 TEST_F(CountReferTest, NameThatEndsAListedNameIsNotListedDeliberately) {
   auto lib = BuildLib({Table("t", {Array("xa", 2), Array("a", 2), Array("b", 2)})});
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, std::string(kReferHeading) + "xa b ");
 }
 
 TEST_F(CountReferTest, NameFoundInTheHeadingIsNotListedButStillFails) {
   auto lib = BuildLib({Table("t", {Array("entry", 2)})});
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, kReferHeading);
 }
 
 TEST_F(CountReferTest, FilledReportFailsEvenWithoutFindings) {
   auto lib = BuildLib({Table("t", {Field("v")})});
   report_ = "x ";
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "t"), report_, nullptr),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, "x ");
 }
 
@@ -180,7 +190,8 @@ TEST_F(CountReferTest, NestedStructWithoutTypeMetaLogsUnderThePublicCheck) {
 
 TEST_F(CountReferTest, SelfContainingStructEnds) {
   auto lib = BuildLib({Table("node", {Array("arr", 2), Struct("self", "node")})});
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "node"), report_, log_.handle()), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "node"), report_, log_.handle()),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, std::string(kReferHeading) + "arr ");
   EXPECT_THAT(log_.lines(), IsEmpty());
 }
@@ -204,13 +215,15 @@ std::string ListedArrays(const char* heading, int levels) {
 
 TEST_F(CountReferTest, StructsAreDescendedAtMost64LevelsDeep) {
   auto lib = BuildLib(StructChain(70));
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "m0"), report_, nullptr), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "m0"), report_, nullptr),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, ListedArrays(kReferHeading, 64));
 }
 
 TEST_F(CountReferTest, StructChainOf64LevelsIsExaminedWhole) {
   auto lib = BuildLib(StructChain(64));
-  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "m0"), report_, nullptr), -36);
+  EXPECT_EQ(checker_.CheckWhetherCountWithRefer(MetaOf(lib, "m0"), report_, nullptr),
+            ERROR_COUNT_WITHNOT_REFER);
   EXPECT_EQ(report_, ListedArrays(kReferHeading, 64));
 }
 

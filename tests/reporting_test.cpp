@@ -29,24 +29,19 @@ class CountingSink : public WlogSink {
 };
 
 // A category with the given bounds; a bound of nullopt is left unset (NULL pointer).
-class BoundedLog {
+class BoundedLog : public WlogMemoryCategory {
  public:
-  BoundedLog(std::optional<int> high, std::optional<int> low) : category_(WlogCategoryFor(&sink_)) {
+  BoundedLog(std::optional<int> high, std::optional<int> low) {
+    tagWLogCategoryInst& category = *handle();
     if (high) {
-      category_.iPriorityHigh = *high;
-      category_.piPriorityHigh = &category_.iPriorityHigh;
+      category.iPriorityHigh = *high;
+      category.piPriorityHigh = &category.iPriorityHigh;
     }
     if (low) {
-      category_.iPriorityLow = *low;
-      category_.piPriorityLow = &category_.iPriorityLow;
+      category.iPriorityLow = *low;
+      category.piPriorityLow = &category.iPriorityLow;
     }
   }
-  LPWLOGCATEGORYINST handle() { return &category_; }
-  const std::vector<WlogRecord>& lines() const { return sink_.records(); }
-
- private:
-  WlogMemorySink sink_;
-  tagWLogCategoryInst category_;
 };
 
 ZemMetaLibPtr GoodLib() {
@@ -324,11 +319,11 @@ TEST(ReportingFormatText, DoublePercentBecomesOnePercentAndEverythingElseStays) 
 
 TEST(ReportingFormatText, TrailingPercentIsKept) {
   CheckTable checker;
-  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, -16, "name%");
+  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, ERROR_FIELD_TYPE_ILLEGAL, "name%");
   EXPECT_STREQ(checker.GetErrType(), "name%");
-  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, -16, "%");
+  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, ERROR_FIELD_TYPE_ILLEGAL, "%");
   EXPECT_STREQ(checker.GetErrType(), "%");
-  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, -16, "%%%%");
+  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, ERROR_FIELD_TYPE_ILLEGAL, "%%%%");
   EXPECT_STREQ(checker.GetErrType(), "%%");
 }
 
@@ -336,7 +331,9 @@ TEST(ReportingFormatText, EmptyTextEmptiesTheBuffer) {
   LogCapture log;
   CheckTable checker;
   EXPECT_EQ(checker.CheckTableNameValidity("", nullptr), ERROR_TABLE_NAME_EMPTY);
-  EXPECT_EQ(CheckTableProbe::ReportFormatText(checker, log.handle(), kHere, -16, ""), -16);
+  EXPECT_EQ(
+      CheckTableProbe::ReportFormatText(checker, log.handle(), kHere, ERROR_FIELD_TYPE_ILLEGAL, ""),
+      ERROR_FIELD_TYPE_ILLEGAL);
   EXPECT_STREQ(checker.GetErrType(), "");
   EXPECT_THAT(log.lines(), ElementsAre(LogLineIs(300, "", "CheckRepeatedFieldName")));
 }
@@ -344,23 +341,28 @@ TEST(ReportingFormatText, EmptyTextEmptiesTheBuffer) {
 TEST(ReportingFormatText, OverlongTextIsCutTo1023Bytes) {
   CheckTable checker;
   const std::string text(1100, 'q');
-  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, -16, text.c_str());
+  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, ERROR_FIELD_TYPE_ILLEGAL,
+                                    text.c_str());
   EXPECT_EQ(std::string(checker.GetErrType()), std::string(1023, 'q'));
   // The cut counts the bytes written, after "%%" became "%".
   std::string doubled;
   for (int i = 0; i < 600; ++i) doubled += "%%";
-  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, -16, doubled.c_str());
+  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, ERROR_FIELD_TYPE_ILLEGAL,
+                                    doubled.c_str());
   EXPECT_EQ(std::string(checker.GetErrType()), std::string(600, '%'));
   std::string many;
   for (int i = 0; i < 1100; ++i) many += "%%";
-  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, -16, many.c_str());
+  CheckTableProbe::ReportFormatText(checker, nullptr, kHere, ERROR_FIELD_TYPE_ILLEGAL,
+                                    many.c_str());
   EXPECT_EQ(std::string(checker.GetErrType()), std::string(1023, '%'));
 }
 
 TEST(ReportingFormatText, FollowsTheSameGate) {
   BoundedLog log(std::nullopt, 200);
   CheckTable checker;
-  EXPECT_EQ(CheckTableProbe::ReportFormatText(checker, log.handle(), kHere, -51, "dup%%"), -51);
+  EXPECT_EQ(CheckTableProbe::ReportFormatText(checker, log.handle(), kHere,
+                                              ERROR_REPEATED_FIELD_NAME, "dup%%"),
+            ERROR_REPEATED_FIELD_NAME);
   EXPECT_STREQ(checker.GetErrType(), "dup%");
   EXPECT_THAT(log.lines(), IsEmpty());
 }

@@ -14,20 +14,7 @@
 #include <velmora/zem_builder.h>
 
 // A category that records every line at every priority.
-class LogCapture {
- public:
-  LogCapture() : category_(WlogCategoryFor(&sink_)) {}
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-
-  LPWLOGCATEGORYINST handle() { return &category_; }
-  const std::vector<WlogRecord>& lines() const { return sink_.records(); }
-  void Clear() { sink_.Clear(); }
-
- private:
-  WlogMemorySink sink_;
-  tagWLogCategoryInst category_;
-};
+using LogCapture = WlogMemoryCategory;
 
 // Matches a recorded log line by priority, text and function.
 MATCHER_P3(LogLineIs, priority, text, function,

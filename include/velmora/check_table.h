@@ -63,12 +63,43 @@ class CheckTable {
  private:
   friend class CheckTableProbe;  // lets the tests call the individual checks
 
+  // The entry points' shared steps: both names given and the table name well-formed, then the
+  // table's meta found in the library. Failures are reported at loc, the calling entry point.
+  int CheckTableArguments(LPZEMMETALIB metalib, const char* metaname,
+                          LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc);
+  int LookUpTable(LPZEMMETALIB metalib, const char* metaname, LPWLOGCATEGORYINST log_handle,
+                  const WLOGLOCINFO& loc, LPZEMMETA& pstMeta);
+
+  // The steps of VelmoraCheckTable once its table is found.
+  struct TableCall;
+  // The entry point's checks after the table look-up, in the order they run.
+  enum class TableStep {
+    kPrimaryKey,
+    kKeyCount,
+    kNameLength,
+    kValueField,
+    kSplittableKey,
+    kIndex,
+    kFieldNameLength,
+    kFieldSizes,
+    kRepeatedFieldName,
+  };
+  int RunTableChecks(const TableCall& call);
+  int RunTableStep(TableStep step, const TableCall& call);
+  int ReportTableStepFailure(TableStep step, const TableCall& call, int ret);
+  int CheckKeyCountForOldProxies(const TableCall& call);
+  int CheckFieldSizesForServers(const TableCall& call);
+
   // Table names.
   int CheckTableNameLength(const char* metaname, LPWLOGCATEGORYINST log_handle);
 
   // Keys and indexes.
   int CheckPrimaryKey(LPZEMMETA meta, const int table_type, LPWLOGCATEGORYINST log_handle);
+  int CheckKeyMember(LPZEMMETA meta, LPZEMMETAENTRY pstEntry, bool every_index_needs_whole_key,
+                     LPWLOGCATEGORYINST log_handle);
   int CheckSplittableKey(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
+  int ReadSplitTableKey(LPZEMMETA meta, std::string& splittablekey, LPWLOGCATEGORYINST log_handle);
+  int CheckSplitKeyPiece(LPZEMMETA meta, const std::string& piece, LPWLOGCATEGORYINST log_handle);
   int CheckIndex(LPZEMMETA meta, const int table_type, LPWLOGCATEGORYINST log_handle);
   int CompareIndexColumn(LPZEMMETAINDEX index1, LPZEMMETAINDEX index2, LPZEMMETA meta,
                          LPWLOGCATEGORYINST log_handle);
@@ -81,18 +112,41 @@ class CheckTable {
   // Fields.
   int CheckValueField(LPZEMMETA meta, int table_type, const std::string& svrMinVersion,
                       LPWLOGCATEGORYINST log_handle);
+  int CheckValueFieldNum(int index, int table_type, const std::string& svrMinVersion,
+                         const char* meta_name, LPWLOGCATEGORYINST log_handle);
+  int ReportEmptyEntrySlot(LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc, int slot,
+                           const char* meta_name);
   int CheckWhetherTypeSupportted(LPZEMMETAENTRY pstEntry, LPWLOGCATEGORYINST log_handle);
+  // The lines of a field above its size limit (max_len bytes), and of every field's size.
+  void LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len, const char* name,
+                         int64_t len);
+  void LogFieldLength(LPWLOGCATEGORYINST log_handle, int type, int64_t len,
+                      const char* svrMinVersion);
   bool CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_handle,
                           const std::string& svrMinVersion);
   int CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
+  int CheckFieldName(const char* str, LPWLOGCATEGORYINST log_handle);
   int CheckRepeatedFieldName(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
+  int CheckFieldNamesDiffer(int i, const char* entry_name, int j, const char* cmp_entry_name,
+                            LPWLOGCATEGORYINST log_handle);
   int CheckStringWithCount(LPZEMMETA meta, std::string& strResult, LPWLOGCATEGORYINST log_handle);
   int CheckCountWithReferAt(LPZEMMETA table_meta, std::string& strResult,
                             LPWLOGCATEGORYINST log_handle, int depth);
   int CheckNewEntryCountWithReferAt(LPZEMMETA old_meta, LPZEMMETA new_meta, std::string& strResult,
                                     LPWLOGCATEGORYINST log_handle, int depth);
 
-  // Table type attributes.
+  // Table type attributes, and the steps of CheckTableTypeByCustomAttr.
+  struct CustomAttrCall;
+  int ParseDataProtocol(const std::string& destMetaAttr2, char* data_protocol,
+                        bool check_data_protocol, LPWLOGCATEGORYINST log_handle);
+  int ParseTableType(const CustomAttrCall& call);
+  int ParseGenericTable(const CustomAttrCall& call);
+  int ParseListTable(const CustomAttrCall& call);
+  int ParseListNum(const CustomAttrCall& call);
+  int ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_handle);
+  int ParseSortedListTable(const CustomAttrCall& call);
+  int ParseSortRule(const CustomAttrCall& call);
+  int ParsePlainListTable(const CustomAttrCall& call);
   int CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST log_handle);
   bool CheckStr(const char* src, const char* find_str);
   // No field of a generic or plain list table carries an attribute.
@@ -101,6 +155,10 @@ class CheckTable {
   // The sort marks of a sorted list table's fields agree with its sort field count.
   int CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_field_num,
                        LPWLOGCATEGORYINST log_handle);
+  int CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int* sort_num,
+                    LPWLOGCATEGORYINST log_handle);
+  int CheckSortMarkCounts(const int* sort_num, int sort_field_num, LPWLOGCATEGORYINST log_handle);
+  int ReportUnreadableEntry(LPWLOGCATEGORYINST log_handle, int slot);
 
   // Reporting. Every failure goes through Report: the message is formatted into the error buffer
   // (an overlong one is cut to 1023 bytes, a failed format leaves it empty), then logged through
@@ -118,17 +176,7 @@ class CheckTable {
 
   // The category's gate: a line of this priority is written only when the bounds read here and
   // the category itself agree. Refusing costs no call into the log library.
-  static bool LogGateOpen(LPWLOGCATEGORYINST log_handle, int priority) {
-    if (log_handle == nullptr) return false;
-    if (log_handle->piPriorityLow != nullptr && *log_handle->piPriorityLow != WLOG_PRIORITY_NULL &&
-        *log_handle->piPriorityLow < priority) {
-      return false;
-    }
-    if (log_handle->piPriorityHigh != nullptr && *log_handle->piPriorityHigh > priority) {
-      return false;
-    }
-    return wlog_category_can_write(log_handle, priority, 0, 0) != 0;
-  }
+  static bool LogGateOpen(LPWLOGCATEGORYINST log_handle, int priority);
 
   char m_szErrorType[1024];
   std::string m_svr_ver;

@@ -5,7 +5,6 @@
 
 #include <cstdarg>
 #include <cstddef>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -78,8 +77,8 @@ int wlog_category_logv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* 
 int wlog_category_vlogv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format,
                         va_list args) __attribute__((format(printf, 3, 0)));
 
-// ---- Sinks: one keeps the lines in memory (tests and the JSON report read it), one writes them
-// to a stream.
+// ---- The memory sink: it keeps the lines in memory, where the JSON report and the tests read
+// them.
 // One line as a sink received it.
 struct WlogRecord {
   int priority;
@@ -93,40 +92,24 @@ struct WlogRecord {
 // are refused before they are formatted.
 class WlogMemorySink : public WlogSink {
  public:
-  explicit WlogMemorySink(int max_priority = WLOG_PRIORITY_UNKNOWN) : max_priority_(max_priority) {}
+  explicit WlogMemorySink(int max_priority = WLOG_PRIORITY_UNKNOWN) : m_max_priority(max_priority) {}
 
-  bool Accepts(int priority) const override { return priority <= max_priority_; }
+  bool Accepts(int priority) const override { return priority <= m_max_priority; }
   void Write(const WLOGEVENT& event) override;
 
-  const std::vector<WlogRecord>& records() const { return records_; }
+  const std::vector<WlogRecord>& records() const { return m_records; }
   // Hands the lines over to the caller and leaves the sink empty.
   std::vector<WlogRecord> TakeRecords() {
     std::vector<WlogRecord> taken;
-    taken.swap(records_);
+    taken.swap(m_records);
     return taken;
   }
-  void Clear() { records_.clear(); }
+  void Clear() { m_records.clear(); }
 
  private:
-  int max_priority_;
-  std::vector<WlogRecord> records_;
+  int m_max_priority;
+  std::vector<WlogRecord> m_records;
 };
-
-// Writes "PRIORITY file:line function: text" lines to a stream.
-class WlogStreamSink : public WlogSink {
- public:
-  WlogStreamSink(std::ostream& out, int max_priority) : out_(out), max_priority_(max_priority) {}
-
-  bool Accepts(int priority) const override { return priority <= max_priority_; }
-  void Write(const WLOGEVENT& event) override;
-
- private:
-  std::ostream& out_;
-  int max_priority_;
-};
-
-// The name of a priority ("ERROR", "INFO", ...), or "UNKNOWN" for a value that is not one.
-const char* WlogPriorityName(int priority);
 
 // A category that writes every line at every priority to the sink: no bounds are set.
 inline tagWLogCategoryInst WlogCategoryFor(WlogSink* sink) {
@@ -134,5 +117,23 @@ inline tagWLogCategoryInst WlogCategoryFor(WlogSink* sink) {
   category.pstSink = sink;
   return category;
 }
+
+// A category together with the memory sink it writes to: every line at every priority is kept.
+class WlogMemoryCategory {
+ public:
+  WlogMemoryCategory() : m_category(WlogCategoryFor(&m_sink)) {}
+  WlogMemoryCategory(const WlogMemoryCategory&) = delete;
+  WlogMemoryCategory& operator=(const WlogMemoryCategory&) = delete;
+
+  LPWLOGCATEGORYINST handle() { return &m_category; }
+  const std::vector<WlogRecord>& lines() const { return m_sink.records(); }
+  // Hands the lines over to the caller and leaves the category empty.
+  std::vector<WlogRecord> TakeLines() { return m_sink.TakeRecords(); }
+  void Clear() { m_sink.Clear(); }
+
+ private:
+  WlogMemorySink m_sink;
+  tagWLogCategoryInst m_category;
+};
 
 #endif  // VELMORA_WLOG_H_

@@ -11,20 +11,8 @@ namespace {
 // The data protocol out-parameter: room for the longest protocol name and then some.
 constexpr size_t kDataProtocolSize = 16;
 
-// A log category that keeps every line a check writes, at every priority.
-class CheckLog {
- public:
-  CheckLog() : category_(WlogCategoryFor(&sink_)) {}
-  CheckLog(const CheckLog&) = delete;
-  CheckLog& operator=(const CheckLog&) = delete;
-
-  LPWLOGCATEGORYINST handle() { return &category_; }
-  std::vector<WlogRecord> TakeLines() { return sink_.TakeRecords(); }
-
- private:
-  WlogMemorySink sink_;
-  tagWLogCategoryInst category_;
-};
+// Each check writes into a category of its own, which keeps every line at every priority.
+using CheckLog = WlogMemoryCategory;
 
 CheckRun RunTableTypeCheck(LPZEMMETALIB metalib, const std::string& table,
                            const CheckOptions& options) {

@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "common/check_table_report.h"
+#include "common/check_table_rules.h"
+#include "log/wlog_bounds.h"
 #include <velmora/string_helpers.h>
 
 namespace {
@@ -13,7 +15,25 @@ namespace {
 // Proxies and REST proxies older than this cannot serve a key of more fields than the old limit.
 const char* const kManyKeyFieldsProxyVersion = "3.37.0";
 
+// Key fields that proxies before kManyKeyFieldsProxyVersion serve, by table kind.
+const int kOldProxyGenericTableMaxKeyNum = 4;
+const int kOldProxyListTableMaxKeyNum = 3;
+
 }  // namespace
+
+// The steps after the look-up log under the entry point's name, as operators know them.
+#define ENTRY_POINT_LOC CHECK_TABLE_LOC_OF("VelmoraCheckTable")
+
+// One call of the entry point, once its table has been found.
+struct CheckTable::TableCall {
+  LPZEMMETA pstMeta;
+  const char* metaname;
+  int table_type;
+  LPWLOGCATEGORYINST log_handle;
+  const std::string& svrMinVersion;
+  const std::string& proxyMinVersion;
+  const std::string& restProxyMinVer;
+};
 
 CheckTable::CheckTable() { std::memset(m_szErrorType, 0, sizeof(m_szErrorType)); }
 
@@ -59,11 +79,34 @@ void CheckTable::LogErrorBuffer(LPWLOGCATEGORYINST log_handle, int priority,
 }
 
 WLOGEVENT CheckTable::LogEvent(int priority, const WLOGLOCINFO& loc) {
-  WLOGEVENT event;
-  std::memset(&event, 0, sizeof(event));
+  WLOGEVENT event{};
   event.evt_priority = priority;
   event.evt_loc = &loc;
   return event;
+}
+
+bool CheckTable::LogGateOpen(LPWLOGCATEGORYINST log_handle, int priority) {
+  return log_handle != nullptr && WlogWithinBounds(*log_handle, priority) &&
+         wlog_category_can_write(log_handle, priority, 0, 0) != 0;
+}
+
+int CheckTable::CheckTableArguments(LPZEMMETALIB metalib, const char* metaname,
+                                    LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc) {
+  if (metalib == nullptr || metaname == nullptr) {
+    return REPORT_ERROR_AT(log_handle, loc, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "Invaild parameter，please check the parameter! table: '%s'",
+                           OrNullText(metaname));
+  }
+  return CheckTableNameValidity(metaname, log_handle);
+}
+
+int CheckTable::LookUpTable(LPZEMMETALIB metalib, const char* metaname,
+                            LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc,
+                            LPZEMMETA& pstMeta) {
+  pstMeta = zem_get_meta_by_name(metalib, metaname);
+  if (pstMeta != nullptr) return CHECK_TABLE_SUCCESS;
+  return REPORT_ERROR_AT(log_handle, loc, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                         "Get meta info failed, please check the table name! table:'%s'", metaname);
 }
 
 int CheckTable::VelmoraCheckTable(LPZEMMETALIB metalib, const char* metaname, const int table_type,
@@ -72,100 +115,141 @@ int CheckTable::VelmoraCheckTable(LPZEMMETALIB metalib, const char* metaname, co
                                   const std::string& restProxyMinVer) {
   m_svr_ver = svrMinVersion;
 
-  if (metalib == nullptr || metaname == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Invaild parameter，please check the parameter! table: '%s'",
-                        OrNullText(metaname));
-  }
-
-  int ret = CheckTableNameValidity(metaname, log_handle);
+  int ret = CheckTableArguments(metalib, metaname, log_handle, CHECK_TABLE_LOC);
   if (ret != CHECK_TABLE_SUCCESS) return ret;
 
-  // Only generic (0) and list (1) tables; compared unsigned so that negative kinds fail too.
-  if (static_cast<unsigned int>(table_type) > 1u) {
+  if (!IsKnownTableKind(table_type)) {
     return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                         "Table_type is invaild type，please check the table type!  table:'%s'",
                         metaname);
   }
 
-  LPZEMMETA pstMeta = zem_get_meta_by_name(metalib, metaname);
-  if (pstMeta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                        "Get meta info failed, please check the table name! table:'%s'", metaname);
-  }
+  LPZEMMETA pstMeta = nullptr;
+  ret = LookUpTable(metalib, metaname, log_handle, CHECK_TABLE_LOC, pstMeta);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
 
-  ret = CheckPrimaryKey(pstMeta, table_type, log_handle);
-  if (ret != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR(log_handle, ret, "CheckPrimaryKey failed! table:'%s',ret:%d", metaname, ret);
-  }
-
-  // Proxies before 3.37.0 serve at most 4 key fields of a generic table and 3 of a list table.
-  // Both failures are system errors rather than key errors: the table is fine, the fleet is old.
-  const int lowVersionPrimayKeyMaxNum = table_type == 0 ? 4 : 3;
-  const int key_num = pstMeta->nPrimayKeyMemberNum;
-  if (key_num > lowVersionPrimayKeyMaxNum) {
-    if (RealCmpVersion(proxyMinVersion.c_str(), kManyKeyFieldsProxyVersion, false) < 0) {
-      return REPORT_ERROR(
-          log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-          "This table:%s 's key num:%d is more than %d,proxy version need >= %s,but now is :%s",
-          metaname, key_num, lowVersionPrimayKeyMaxNum, kManyKeyFieldsProxyVersion,
-          proxyMinVersion.c_str());
-    }
-    if (restProxyMinVer != "none" &&
-        RealCmpVersion(restProxyMinVer.c_str(), kManyKeyFieldsProxyVersion, false) < 0) {
-      return REPORT_ERROR(
-          log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-          "This table:%s 's key num:%d is more than %d,rest proxy version need >= %s,but now is :%s",
-          metaname, key_num, lowVersionPrimayKeyMaxNum, kManyKeyFieldsProxyVersion,
-          restProxyMinVer.c_str());
-    }
-  }
-
-  // The name has passed these rules already; the second call is kept as it always was and only
-  // logs its success line once more.
-  const int checkTableNameLengthResult = CheckTableNameLength(metaname, log_handle);
-  if (checkTableNameLengthResult != CHECK_TABLE_SUCCESS) return checkTableNameLengthResult;
-
-  ret = CheckValueField(pstMeta, table_type, svrMinVersion, log_handle);
-  if (ret != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR(log_handle, ret, "CheckValueField failed! table:'%s',ret:%d", metaname, ret);
-  }
-
-  ret = CheckSplittableKey(pstMeta, log_handle);
-  if (ret != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR(log_handle, ret, "CheckSplittableKey failed! table:'%s',ret:%d", metaname,
-                        ret);
-  }
-
-  ret = CheckIndex(pstMeta, table_type, log_handle);
-  if (ret != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR(log_handle, ret, "CheckIndex failed! table:'%s',ret:%d", metaname, ret);
-  }
-
-  ret = CheckFieldNameLength(pstMeta, log_handle);
-  if (ret != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR(log_handle, ret, "CheckFieldNameLength failed! table:'%s',ret:%d", metaname,
-                        ret);
-  }
-
-  // Field sizes depend on what the servers can hold; without a server version there is no limit
-  // to apply. The buffer keeps the length check's own list of offending fields; the log line
-  // names the field name check, as operators have always seen it.
-  if (!svrMinVersion.empty() && !CheckValueFieldLen(pstMeta, log_handle, svrMinVersion)) {
-    LOG_LINE(log_handle, WLOG_PRIORITY_ERROR,
-             "CheckFieldNameLength failed! table:'%s', svrMinVersion:%s", metaname,
-             svrMinVersion.c_str());
-    return ERROR_ENTRY_LENGTH_NOT_LEGAL;
-  }
-
-  ret = CheckRepeatedFieldName(pstMeta, log_handle);
-  if (ret != CHECK_TABLE_SUCCESS) {
-    // The check's own message is embedded, so it is copied out before the buffer is reused.
-    const std::string err_str(m_szErrorType);
-    return REPORT_ERROR(log_handle, ret, "CheckRepeatedFieldName failed! table:'%s',ret:%d, err_msg:%s",
-                        metaname, ret, err_str.c_str());
-  }
+  const TableCall call{pstMeta,       metaname,        table_type,     log_handle,
+                       svrMinVersion, proxyMinVersion, restProxyMinVer};
+  ret = RunTableChecks(call);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckTable succees! table:'%s'", metaname);
   return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::RunTableChecks(const TableCall& call) {
+  static const TableStep kSteps[] = {
+      TableStep::kPrimaryKey,      TableStep::kKeyCount,   TableStep::kNameLength,
+      TableStep::kValueField,      TableStep::kSplittableKey, TableStep::kIndex,
+      TableStep::kFieldNameLength, TableStep::kFieldSizes, TableStep::kRepeatedFieldName,
+  };
+  for (const TableStep step : kSteps) {
+    const int ret = RunTableStep(step, call);
+    if (ret != CHECK_TABLE_SUCCESS) return ReportTableStepFailure(step, call, ret);
+  }
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::RunTableStep(TableStep step, const TableCall& call) {
+  switch (step) {
+    case TableStep::kPrimaryKey:
+      return CheckPrimaryKey(call.pstMeta, call.table_type, call.log_handle);
+    case TableStep::kKeyCount:
+      return CheckKeyCountForOldProxies(call);
+    case TableStep::kNameLength:
+      // The name has passed these rules already; the second call is kept as it always was and
+      // only logs its success line once more.
+      return CheckTableNameLength(call.metaname, call.log_handle);
+    case TableStep::kValueField:
+      return CheckValueField(call.pstMeta, call.table_type, call.svrMinVersion, call.log_handle);
+    case TableStep::kSplittableKey:
+      return CheckSplittableKey(call.pstMeta, call.log_handle);
+    case TableStep::kIndex:
+      return CheckIndex(call.pstMeta, call.table_type, call.log_handle);
+    case TableStep::kFieldNameLength:
+      return CheckFieldNameLength(call.pstMeta, call.log_handle);
+    case TableStep::kFieldSizes:
+      return CheckFieldSizesForServers(call);
+    case TableStep::kRepeatedFieldName:
+      return CheckRepeatedFieldName(call.pstMeta, call.log_handle);
+  }
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::ReportTableStepFailure(TableStep step, const TableCall& call, int ret) {
+  // The key count, name length and field size steps have reported their own failure, which is
+  // passed on as it is. The other checks' failures are wrapped in a line of the entry point
+  // naming the check, which replaces the check's message in the buffer.
+  LPWLOGCATEGORYINST log_handle = call.log_handle;
+  switch (step) {
+    case TableStep::kPrimaryKey:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckPrimaryKey failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kValueField:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckValueField failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kSplittableKey:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckSplittableKey failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kIndex:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckIndex failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kFieldNameLength:
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckFieldNameLength failed! table:'%s',ret:%d", call.metaname, ret);
+    case TableStep::kRepeatedFieldName: {
+      // The check's own message is embedded, so it is copied out before the buffer is reused.
+      const std::string err_str(m_szErrorType);
+      return REPORT_ERROR_AT(log_handle, ENTRY_POINT_LOC, ret,
+                             "CheckRepeatedFieldName failed! table:'%s',ret:%d, err_msg:%s",
+                             call.metaname, ret, err_str.c_str());
+    }
+    case TableStep::kKeyCount:
+    case TableStep::kNameLength:
+    case TableStep::kFieldSizes:
+      break;
+  }
+  return ret;
+}
+
+int CheckTable::CheckKeyCountForOldProxies(const TableCall& call) {
+  // Proxies before 3.37.0 serve at most 4 key fields of a generic table and 3 of a list table.
+  // Both failures are system errors rather than key errors: the table is fine, the fleet is old.
+  const int lowVersionPrimayKeyMaxNum = call.table_type == kGenericTable
+                                            ? kOldProxyGenericTableMaxKeyNum
+                                            : kOldProxyListTableMaxKeyNum;
+  const int key_num = call.pstMeta->nPrimayKeyMemberNum;
+  if (key_num <= lowVersionPrimayKeyMaxNum) return CHECK_TABLE_SUCCESS;
+
+  if (RealCmpVersion(call.proxyMinVersion.c_str(), kManyKeyFieldsProxyVersion, false) < 0) {
+    return REPORT_ERROR_AT(
+        call.log_handle, ENTRY_POINT_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+        "This table:%s 's key num:%d is more than %d,proxy version need >= %s,but now is :%s",
+        call.metaname, key_num, lowVersionPrimayKeyMaxNum, kManyKeyFieldsProxyVersion,
+        call.proxyMinVersion.c_str());
+  }
+  if (call.restProxyMinVer != "none" &&
+      RealCmpVersion(call.restProxyMinVer.c_str(), kManyKeyFieldsProxyVersion, false) < 0) {
+    return REPORT_ERROR_AT(
+        call.log_handle, ENTRY_POINT_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+        "This table:%s 's key num:%d is more than %d,rest proxy version need >= %s,but now is :%s",
+        call.metaname, key_num, lowVersionPrimayKeyMaxNum, kManyKeyFieldsProxyVersion,
+        call.restProxyMinVer.c_str());
+  }
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::CheckFieldSizesForServers(const TableCall& call) {
+  // Field sizes depend on what the servers can hold; without a server version there is no limit
+  // to apply.
+  if (call.svrMinVersion.empty()) return CHECK_TABLE_SUCCESS;
+  if (CheckValueFieldLen(call.pstMeta, call.log_handle, call.svrMinVersion)) {
+    return CHECK_TABLE_SUCCESS;
+  }
+  // The buffer keeps the length check's own list of offending fields; the log line names the
+  // field name check, as operators have always seen it.
+  LOG_LINE_AT(call.log_handle, WLOG_PRIORITY_ERROR, ENTRY_POINT_LOC,
+              "CheckFieldNameLength failed! table:'%s', svrMinVersion:%s", call.metaname,
+              call.svrMinVersion.c_str());
+  return ERROR_ENTRY_LENGTH_NOT_LEGAL;
 }

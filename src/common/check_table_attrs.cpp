@@ -13,6 +13,7 @@
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
+#include "common/check_table_rules.h"
 #include <velmora/string_helpers.h>
 
 namespace {
@@ -30,6 +31,10 @@ const size_t kProtocolOnlyMaxLength = 22;
 const int kMaxSortFieldType = ZEM_TYPE_DOUBLE;
 const unsigned int kSortFieldTypeMask = 0x61ffc;
 
+// Sort rules handed back: ascending is also what an absent rule means.
+const int kSortRuleAscending = 0;
+const int kSortRuleDescending = 1;
+
 const char* const kListNumUsage =
     "list_num_str is error,it must be like:TableType=LIST|SORTLIST;ListNum=1-1023[;SortFieldNum=[1-4]].";
 const char* const kSortNumUsage =
@@ -38,10 +43,6 @@ const char* const kSortNumUsage =
 // Keys other than the data protocol are matched with their letter case.
 const char* FindCaseSensitive(const char* haystack, const char* needle) {
   return std::strstr(haystack, needle);
-}
-
-bool Contains(const std::string& text, const char* word) {
-  return text.find(word) != std::string::npos;
 }
 
 // The int a number read with strtol ends up as: the low 32 bits of the long, taken as signed.
@@ -63,27 +64,49 @@ bool IsSortFieldType(int type) {
   return type >= 0 && type <= kMaxSortFieldType && ((kSortFieldTypeMask >> type) & 1u) != 0;
 }
 
+// The number of a sort mark, "sort1" to "sort4" exactly, or 0 for any other text.
+int SortMarkNumber(const char* mark) {
+  static const char* const kMarks[VELMORA_MAX_LIST_SORT_NUM] = {"sort1", "sort2", "sort3",
+                                                                "sort4"};
+  for (int n = 0; n < VELMORA_MAX_LIST_SORT_NUM; ++n) {
+    if (std::strcmp(mark, kMarks[n]) == 0) return n + 1;
+  }
+  return 0;
+}
+
 }  // namespace
+
+// The steps below log under the name of the check they belong to, as the store's operators know
+// them.
+#define CUSTOM_ATTR_LOC CHECK_TABLE_LOC_OF("CheckTableTypeByCustomAttr")
+
+// One call of CheckTableTypeByCustomAttr, once its table has been found and its attribute string
+// read without spaces. The out-parameters are the caller's.
+struct CheckTable::CustomAttrCall {
+  LPZEMMETALIB metalib;
+  LPZEMMETA meta;
+  const char* metaname;
+  const std::string& destMetaAttr2;
+  int& table_type;
+  int& list_num;
+  int& sort_field_num;
+  int& sort_rule;
+  LPWLOGCATEGORYINST log_handle;
+
+  const char* attr() const { return destMetaAttr2.c_str(); }
+  bool Has(const char* word) const { return destMetaAttr2.find(word) != std::string::npos; }
+};
 
 int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* metaname,
                                            int& table_type, int& list_num, int& sort_field_num,
                                            int& sort_rule, char* data_protocol,
                                            bool check_data_protocol,
                                            LPWLOGCATEGORYINST log_handle) {
-  if (metalib == nullptr || metaname == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Invaild parameter，please check the parameter! table: '%s'",
-                        OrNullText(metaname));
-  }
-
-  int ret = CheckTableNameValidity(metaname, log_handle);
+  int ret = CheckTableArguments(metalib, metaname, log_handle, CHECK_TABLE_LOC);
   if (ret != CHECK_TABLE_SUCCESS) return ret;
-
-  LPZEMMETA meta = zem_get_meta_by_name(metalib, metaname);
-  if (meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                        "Get meta info failed, please check the table name! table:'%s'", metaname);
-  }
+  LPZEMMETA meta = nullptr;
+  ret = LookUpTable(metalib, metaname, log_handle, CHECK_TABLE_LOC, meta);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "Start CheckTableTypeByCustomAttr %s...", metaname);
 
@@ -100,176 +123,212 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
   const std::string sourceMetaAttr2(meta_attr2);
   std::string destMetaAttr2;
   StringRemoveSpaces(sourceMetaAttr2, destMetaAttr2);
-  const char* attr = destMetaAttr2.c_str();
 
-  if (CheckStringDisplayCharset(attr, log_handle) != CHECK_TABLE_SUCCESS) {
+  if (CheckStringDisplayCharset(destMetaAttr2.c_str(), log_handle) != CHECK_TABLE_SUCCESS) {
     return WARN_NEW_TABLE_DEFINE_AND_HAS_ERROR;
   }
+  ret = ParseDataProtocol(destMetaAttr2, data_protocol, check_data_protocol, log_handle);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
 
+  const CustomAttrCall call{metalib,   meta,     metaname,       destMetaAttr2, table_type,
+                            list_num,  sort_field_num, sort_rule, log_handle};
+  return ParseTableType(call);
+}
+
+int CheckTable::ParseDataProtocol(const std::string& destMetaAttr2, char* data_protocol,
+                                  bool check_data_protocol, LPWLOGCATEGORYINST log_handle) {
+  const char* attr = destMetaAttr2.c_str();
   const bool has_data_protocol_type = strstri(attr, "DataProtocolType=") != nullptr;
-  if (!has_data_protocol_type && check_data_protocol) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                        "DataProtocolType must be existed, please check it.");
+  if (!has_data_protocol_type) {
+    if (!check_data_protocol) return CHECK_TABLE_SUCCESS;
+    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                           "DataProtocolType must be existed, please check it.");
   }
-  if (has_data_protocol_type) {
-    std::string protocol;
-    if (GetAssignStrFromSourStr(attr, ";", "DataProtocolType=", protocol, strstri) == nullptr ||
-        !IsDataProtocol(protocol)) {
-      return REPORT_ERROR(
-          log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-          "DataProtocolType is error,it must be like:DataProtocolType=ZEM|PB|PLAIN.");
-    }
-    // Safe for the caller's 6-byte buffer: an accepted value has at most 5 characters, so at most
-    // 6 bytes are written with its terminator, and a rejected value has returned above.
-    if (data_protocol != nullptr) {
-      std::memset(data_protocol, 0, 3);
-      std::memcpy(data_protocol, protocol.c_str(), protocol.size() + 1);
-    }
-    // A string that declares nothing but its protocol still counts as an old-style definition,
-    // although the protocol has been handed back. Deliberate.
-    if (destMetaAttr2.size() <= kProtocolOnlyMaxLength) return ERROR_OLD_TABLE_DEFINE;
+  std::string protocol;
+  if (GetAssignStrFromSourStr(attr, ";", "DataProtocolType=", protocol, strstri) == nullptr ||
+      !IsDataProtocol(protocol)) {
+    return REPORT_ERROR_AT(
+        log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+        "DataProtocolType is error,it must be like:DataProtocolType=ZEM|PB|PLAIN.");
   }
+  // Safe for the caller's 6-byte buffer: an accepted value has at most 5 characters, so at most
+  // 6 bytes are written with its terminator, and a rejected value has returned above.
+  if (data_protocol != nullptr) {
+    std::memcpy(data_protocol, protocol.c_str(), protocol.size() + 1);
+  }
+  // A string that declares nothing but its protocol still counts as an old-style definition,
+  // although the protocol has been handed back. Deliberate.
+  if (destMetaAttr2.size() <= kProtocolOnlyMaxLength) return ERROR_OLD_TABLE_DEFINE;
+  return CHECK_TABLE_SUCCESS;
+}
 
+int CheckTable::ParseTableType(const CustomAttrCall& call) {
   // The type is found as a word anywhere in the string, not as the value of "TableType=";
   // CheckStr then vouches for the segment that carries it. "LIST" also matches "SORTLIST".
-  if (Contains(destMetaAttr2, "GENERIC")) {
-    if (!CheckStr(attr, "GENERIC")) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                          "generic table:table_type must be GENERIC,please check it.");
-    }
-    if (Contains(destMetaAttr2, "ListNum") || Contains(destMetaAttr2, "SortFieldNum") ||
-        Contains(destMetaAttr2, "SortRule")) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                          "table_type is generic,but customattr has contain ListNum or SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
-    }
-    ret = CheckUnmarkedEntries(metalib, meta, false, log_handle);
-    if (ret != CHECK_TABLE_SUCCESS) return ret;
-    table_type = 0;
-    list_num = 0;
-    // The buffer keeps this line after success.
-    REPORT_NOTE(log_handle, WLOG_PRIORITY_INFO, "table:%s table_type is generic.", metaname);
-    return CHECK_TABLE_SUCCESS;
-  }
-  if (!Contains(destMetaAttr2, "LIST")) {
-    // Only the display charset (and perhaps the protocol) is set: accepted as it is.
-    if (Contains(destMetaAttr2, "stringdisplaycharset")) return CHECK_TABLE_SUCCESS;
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "TableType is error,it must be like:TableType=GENERIC|LIST|SORTLIST;ListNum=1023.");
-  }
+  if (call.Has("GENERIC")) return ParseGenericTable(call);
+  if (call.Has("LIST")) return ParseListTable(call);
+  // Only the display charset (and perhaps the protocol) is set: accepted as it is.
+  if (call.Has("stringdisplaycharset")) return CHECK_TABLE_SUCCESS;
+  return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                         "TableType is error,it must be like:TableType=GENERIC|LIST|SORTLIST;ListNum=1023.");
+}
 
+// The exclusive upper bound of a list's size on the oldest server that will hold the table:
+// servers from 3.40.0.193000 on hold up to 10000 elements, older ones up to 1023.
+// The two lines that record the version carry their source line in their text, so moving this
+// function changes the report of every list table; it is kept ahead of the steps that call it,
+// where its lines have always been.
+int CheckTable::ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_handle) {
+  // These lines carry their own location; taking it from the record the log line is written
+  // with keeps the text and the line in agreement. The buffer keeps the last one after success.
+  const WLOGLOCINFO svr_ver_loc = CUSTOM_ATTR_LOC;
+  (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS,
+               "%s(%d)-<%s>:  m_svr_ver:%s table:'%s'", svr_ver_loc.loc_file,
+               svr_ver_loc.loc_line, svr_ver_loc.loc_function, m_svr_ver.c_str(), metaname);
+  const bool ge340193000 = RealCmpVersion(m_svr_ver.c_str(), kLongListServerVersion, true) >= 0;
+  if (!ge340193000) return kOldListBound;
+  // The line says ">" although an equal version takes this path too. Deliberate.
+  const WLOGLOCINFO long_list_loc = CUSTOM_ATTR_LOC;
+  (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS,
+               "%s(%d)-<%s>:  m_svr_ver(%s) > 3.40.0.193000 table:'%s'", long_list_loc.loc_file,
+               long_list_loc.loc_line, long_list_loc.loc_function, m_svr_ver.c_str(), metaname);
+  return kLongListBound;
+}
+
+int CheckTable::ParseGenericTable(const CustomAttrCall& call) {
+  if (!CheckStr(call.attr(), "GENERIC")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                           "generic table:table_type must be GENERIC,please check it.");
+  }
+  if (call.Has("ListNum") || call.Has("SortFieldNum") || call.Has("SortRule")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                           "table_type is generic,but customattr has contain ListNum or SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
+  }
+  const int ret = CheckUnmarkedEntries(call.metalib, call.meta, false, call.log_handle);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
+  call.table_type = kGenericTable;
+  call.list_num = 0;
+  // The buffer keeps this line after success.
+  (void)Report(call.log_handle, WLOG_PRIORITY_INFO, CUSTOM_ATTR_LOC, CHECK_TABLE_SUCCESS,
+               "table:%s table_type is generic.", call.metaname);
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::ParseListTable(const CustomAttrCall& call) {
   // Lists and sorted lists: the out-parameters written here stay written if a later step fails.
-  table_type = 1;
-  sort_field_num = 0;
+  call.table_type = kListTable;
+  call.sort_field_num = 0;
 
+  const int ret = ParseListNum(call);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
+  const int parse_ret = call.Has("SORTLIST") ? ParseSortedListTable(call) : ParsePlainListTable(call);
+  if (parse_ret != CHECK_TABLE_SUCCESS) return parse_ret;
+
+  // A plain list leaves sort_rule as the caller passed it, and prints it so.
+  LOG_LINE_AT(call.log_handle, WLOG_PRIORITY_INFO, CUSTOM_ATTR_LOC,
+              "customattr parse result:TableType=%d;ListNum=%d;SortFieldNum=%d;SortRule=%d",
+              call.table_type, call.list_num, call.sort_field_num, call.sort_rule);
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::ParseListNum(const CustomAttrCall& call) {
   std::string list_num_str;
-  GetAssignStrFromSourStr(attr, ";", "ListNum=", list_num_str, FindCaseSensitive);
+  GetAssignStrFromSourStr(call.attr(), ";", "ListNum=", list_num_str, FindCaseSensitive);
   if (list_num_str.empty()) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kListNumUsage);
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "%s", kListNumUsage);
   }
   if (!IsDigit(list_num_str.c_str())) {
     // Not a number: the name of a macro of the schema. An unknown one leaves list_num alone.
     int macro_value = 0;
-    if (zem_get_macro_value(&macro_value, metalib, list_num_str.c_str()) != 0) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "can't find macro:%s from zem:%s,please check.", list_num_str.c_str(),
-                          metaname);
+    if (zem_get_macro_value(&macro_value, call.metalib, list_num_str.c_str()) != 0) {
+      return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                             "can't find macro:%s from zem:%s,please check.", list_num_str.c_str(),
+                             call.metaname);
     }
-    list_num = macro_value;
+    call.list_num = macro_value;
   } else {
-    list_num = LowInt32(std::strtol(list_num_str.c_str(), nullptr, 10));
-  }
-
-  // These lines carry their own location; taking it from the record the log line is written
-  // with keeps the text and the line in agreement. The buffer keeps the last one after success.
-  const WLOGLOCINFO svr_ver_loc = CHECK_TABLE_LOC;
-  (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS,
-               "%s(%d)-<%s>:  m_svr_ver:%s table:'%s'", svr_ver_loc.loc_file,
-               svr_ver_loc.loc_line, svr_ver_loc.loc_function, m_svr_ver.c_str(), metaname);
-  int max_list_elem_cnt = kOldListBound;
-  const bool ge340193000 = RealCmpVersion(m_svr_ver.c_str(), kLongListServerVersion, true) >= 0;
-  if (ge340193000) {
-    // The line says ">" although an equal version takes this path too. Deliberate.
-    const WLOGLOCINFO long_list_loc = CHECK_TABLE_LOC;
-    (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS,
-                 "%s(%d)-<%s>:  m_svr_ver(%s) > 3.40.0.193000 table:'%s'", long_list_loc.loc_file,
-                 long_list_loc.loc_line, long_list_loc.loc_function, m_svr_ver.c_str(), metaname);
-    max_list_elem_cnt = kLongListBound;
+    call.list_num = LowInt32(std::strtol(list_num_str.c_str(), nullptr, 10));
   }
 
   // The usage texts keep saying "1-1023" whatever the server allows.
-  if (list_num < 1 || list_num >= max_list_elem_cnt) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "list_num must be [1,%d],but now list_num:%d,list_num_str:%s,custom_str:%s",
-                        max_list_elem_cnt - 1, list_num, list_num_str.c_str(), attr);
+  const int max_list_elem_cnt = ListBoundForServer(call.metaname, call.log_handle);
+  if (call.list_num < 1 || call.list_num >= max_list_elem_cnt) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "list_num must be [1,%d],but now list_num:%d,list_num_str:%s,custom_str:%s",
+                           max_list_elem_cnt - 1, call.list_num, list_num_str.c_str(), call.attr());
   }
-  if (!CheckStr(attr, "ListNum")) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kListNumUsage);
+  if (!CheckStr(call.attr(), "ListNum")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "%s", kListNumUsage);
   }
-
-  if (Contains(destMetaAttr2, "SORTLIST")) {
-    // "TaleType" is how operators have always read this message; keep the spelling.
-    if (!CheckStr(attr, "SORTLIST")) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                          "sort list table:it must be TaleType=SORTLIST,please check it.");
-    }
-    table_type = 2;
-
-    std::string sort_num_str;
-    GetAssignStrFromSourStr(attr, ";", "SortFieldNum=", sort_num_str, FindCaseSensitive);
-    if (sort_num_str.empty()) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kSortNumUsage);
-    }
-    // No macro here: a value that is not a number reads as 0 and fails the range.
-    sort_field_num = LowInt32(std::strtol(sort_num_str.c_str(), nullptr, 10));
-    if (sort_field_num < 1 || sort_field_num > VELMORA_MAX_LIST_SORT_NUM) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "sort_field_num must be [1,%d],but now custom_str:%s",
-                          static_cast<int>(VELMORA_MAX_LIST_SORT_NUM), attr);
-    }
-    if (!CheckStr(attr, "SortFieldNum")) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "%s", kSortNumUsage);
-    }
-
-    std::string sort_rule_str;
-    GetAssignStrFromSourStr(attr, ";", "SortRule=", sort_rule_str, FindCaseSensitive);
-    if (sort_rule_str.empty()) {
-      // No rule given: ascending, and the segment is not examined.
-      sort_rule = 0;
-    } else {
-      if (sort_rule_str == "DESC") {
-        sort_rule = 1;
-      } else if (sort_rule_str == "INSC") {
-        sort_rule = 0;
-      } else {
-        return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                            "SortRule str must be DESC or INSC,but now custom_str:%s", attr);
-      }
-      if (!CheckStr(attr, "SortRule")) {
-        return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                            "SortRule str must be SortRule=DESC/INSC,but now custom_str:%s", attr);
-      }
-    }
-
-    ret = CheckSortEntries(metalib, meta, sort_field_num, log_handle);
-    if (ret != CHECK_TABLE_SUCCESS) return ret;
-  } else {
-    if (!CheckStr(attr, "LIST")) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                          "list table:table_type must be LIST,please check it.");
-    }
-    if (Contains(destMetaAttr2, "SortFieldNum") || Contains(destMetaAttr2, "SortRule")) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                          "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
-    }
-    ret = CheckUnmarkedEntries(metalib, meta, true, log_handle);
-    if (ret != CHECK_TABLE_SUCCESS) return ret;
-  }
-
-  // A plain list leaves sort_rule as the caller passed it, and prints it so.
-  LOG_LINE(log_handle, WLOG_PRIORITY_INFO,
-           "customattr parse result:TableType=%d;ListNum=%d;SortFieldNum=%d;SortRule=%d",
-           table_type, list_num, sort_field_num, sort_rule);
   return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::ParseSortedListTable(const CustomAttrCall& call) {
+  // "TaleType" is how operators have always read this message; keep the spelling.
+  if (!CheckStr(call.attr(), "SORTLIST")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                           "sort list table:it must be TaleType=SORTLIST,please check it.");
+  }
+  call.table_type = kSortedListTable;
+
+  std::string sort_num_str;
+  GetAssignStrFromSourStr(call.attr(), ";", "SortFieldNum=", sort_num_str, FindCaseSensitive);
+  if (sort_num_str.empty()) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "%s", kSortNumUsage);
+  }
+  // No macro here: a value that is not a number reads as 0 and fails the range.
+  call.sort_field_num = LowInt32(std::strtol(sort_num_str.c_str(), nullptr, 10));
+  if (call.sort_field_num < 1 || call.sort_field_num > VELMORA_MAX_LIST_SORT_NUM) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "sort_field_num must be [1,%d],but now custom_str:%s",
+                           static_cast<int>(VELMORA_MAX_LIST_SORT_NUM), call.attr());
+  }
+  if (!CheckStr(call.attr(), "SortFieldNum")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "%s", kSortNumUsage);
+  }
+  const int ret = ParseSortRule(call);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
+  return CheckSortEntries(call.metalib, call.meta, call.sort_field_num, call.log_handle);
+}
+
+int CheckTable::ParseSortRule(const CustomAttrCall& call) {
+  std::string sort_rule_str;
+  GetAssignStrFromSourStr(call.attr(), ";", "SortRule=", sort_rule_str, FindCaseSensitive);
+  // No rule given: ascending, and the segment is not examined.
+  if (sort_rule_str.empty()) {
+    call.sort_rule = kSortRuleAscending;
+    return CHECK_TABLE_SUCCESS;
+  }
+  if (sort_rule_str == "DESC") {
+    call.sort_rule = kSortRuleDescending;
+  } else if (sort_rule_str == "INSC") {
+    call.sort_rule = kSortRuleAscending;
+  } else {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "SortRule str must be DESC or INSC,but now custom_str:%s", call.attr());
+  }
+  if (!CheckStr(call.attr(), "SortRule")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "SortRule str must be SortRule=DESC/INSC,but now custom_str:%s",
+                           call.attr());
+  }
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::ParsePlainListTable(const CustomAttrCall& call) {
+  if (!CheckStr(call.attr(), "LIST")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                           "list table:table_type must be LIST,please check it.");
+  }
+  if (call.Has("SortFieldNum") || call.Has("SortRule")) {
+    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                           "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
+  }
+  return CheckUnmarkedEntries(call.metalib, call.meta, true, call.log_handle);
 }
 
 bool CheckTable::CheckStr(const char* src, const char* find_str) {
@@ -318,106 +377,110 @@ int CheckTable::CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST lo
 }
 
 // The field walks are the entry-level half of CheckTableTypeByCustomAttr: their lines are logged
-// under its name, as the store's operators know them.
-#define ENTRY_WALK_LOC CHECK_TABLE_LOC_OF("CheckTableTypeByCustomAttr")
+// under its name too.
+
+int CheckTable::ReportUnreadableEntry(LPWLOGCATEGORYINST log_handle, int slot) {
+  return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                         "pstEntry %d is error,system error.", slot);
+}
 
 int CheckTable::CheckUnmarkedEntries(LPZEMMETALIB metalib, LPZEMMETA meta, bool list_table,
                                      LPWLOGCATEGORYINST log_handle) {
   // Only sorted list tables give their fields an attribute: a generic table has no element order,
   // and a plain list keeps its elements in insertion order.
-  const int entry_num = zem_get_entry_num(meta);
-  for (int i = 0; i < entry_num; ++i) {
-    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
-    if (pstEntry == nullptr) {
-      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                             "pstEntry %d is error,system error.", i);
-    }
-    const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
-    if (cus_attr_2 == nullptr || cus_attr_2[0] == '\0') continue;
-    if (list_table) {
-      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                             "table_type is list,entry field can't contain customattr2.");
-    }
-    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                           "table_type is generic,entry field can't contain customattr2.");
-  }
-  return CHECK_TABLE_SUCCESS;
+  return ForEachEntry(
+      meta,
+      [&](int, LPZEMMETAENTRY pstEntry) -> int {
+        const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
+        if (cus_attr_2 == nullptr || cus_attr_2[0] == '\0') return CHECK_TABLE_SUCCESS;
+        if (list_table) {
+          return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                                 "table_type is list,entry field can't contain customattr2.");
+        }
+        return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                               "table_type is generic,entry field can't contain customattr2.");
+      },
+      [&](int slot) { return ReportUnreadableEntry(log_handle, slot); });
 }
 
 int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_field_num,
                                  LPWLOGCATEGORYINST log_handle) {
-  const int entry_num = zem_get_entry_num(meta);
-  LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, ENTRY_WALK_LOC, "continue Start CheckTableTypeByCustomAttr %d...",
-           entry_num);
+  LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, CUSTOM_ATTR_LOC,
+              "continue Start CheckTableTypeByCustomAttr %d...", zem_get_entry_num(meta));
 
-  int sort1_num = 0;
-  int sort2_num = 0;
-  int sort3_num = 0;
-  int sort4_num = 0;
-  for (int i = 0; i < entry_num; ++i) {
-    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
-    if (pstEntry == nullptr) {
-      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "pstEntry %d is error,system error.", i);
-    }
-    // Attributes that do not mention "sort" (case-sensitive) are not sort marks.
-    const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
-    if (cus_attr_2 == nullptr || cus_attr_2[0] == '\0' ||
-        std::strstr(cus_attr_2, "sort") == nullptr) {
-      continue;
-    }
-    // Every element of a list shares the table's key, so a key field cannot order them.
-    if ((pstEntry->chDBFlag & ZEM_DBFLAG_PRIMARY_KEY) != 0) {
-      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "sortfield not support keyfield %s", zem_get_entry_name(pstEntry));
-    }
-    const int type = zem_get_entry_type(pstEntry);
-    if (!IsSortFieldType(type)) {
-      return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double",
-                          zem_get_entry_name(pstEntry), type);
-    }
-    if (std::strcmp(cus_attr_2, "sort1") == 0) {
-      ++sort1_num;
-    } else if (std::strcmp(cus_attr_2, "sort2") == 0) {
-      ++sort2_num;
-    } else if (std::strcmp(cus_attr_2, "sort3") == 0) {
-      ++sort3_num;
-    } else if (std::strcmp(cus_attr_2, "sort4") == 0) {
-      ++sort4_num;
-    } else {
-      return REPORT_ERROR_AT(
-          log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-          "The customattr2 is just used to SortList,it must be sort1,sort2,sort3,sort4");
-    }
+  // How many fields carry each mark, sort1 to sort4.
+  int sort_num[VELMORA_MAX_LIST_SORT_NUM] = {};
+  const int ret = ForEachEntry(
+      meta,
+      [&](int, LPZEMMETAENTRY pstEntry) {
+        return CountSortMark(metalib, pstEntry, sort_num, log_handle);
+      },
+      [&](int slot) { return ReportUnreadableEntry(log_handle, slot); });
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
+  return CheckSortMarkCounts(sort_num, sort_field_num, log_handle);
+}
+
+int CheckTable::CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int* sort_num,
+                              LPWLOGCATEGORYINST log_handle) {
+  // Attributes that do not mention "sort" (case-sensitive) are not sort marks.
+  const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
+  if (cus_attr_2 == nullptr || cus_attr_2[0] == '\0' ||
+      std::strstr(cus_attr_2, "sort") == nullptr) {
+    return CHECK_TABLE_SUCCESS;
   }
+  // Every element of a list shares the table's key, so a key field cannot order them.
+  if (IsPrimaryKeyEntry(pstEntry)) {
+    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "sortfield not support keyfield %s", zem_get_entry_name(pstEntry));
+  }
+  const int type = zem_get_entry_type(pstEntry);
+  if (!IsSortFieldType(type)) {
+    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double",
+                           zem_get_entry_name(pstEntry), type);
+  }
+  const int mark = SortMarkNumber(cus_attr_2);
+  if (mark == 0) {
+    return REPORT_ERROR_AT(
+        log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+        "The customattr2 is just used to SortList,it must be sort1,sort2,sort3,sort4");
+  }
+  ++sort_num[mark - 1];
+  return CHECK_TABLE_SUCCESS;
+}
 
+int CheckTable::CheckSortMarkCounts(const int* sort_num, int sort_field_num,
+                                    LPWLOGCATEGORYINST log_handle) {
+  const int sort1_num = sort_num[0];
+  const int sort2_num = sort_num[1];
+  const int sort3_num = sort_num[2];
+  const int sort4_num = sort_num[3];
   // Marks have no gaps: a higher one needs every lower one.
   if (sort4_num != 0 && (sort1_num == 0 || sort2_num == 0 || sort3_num == 0)) {
-    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Has sort4,but it does not have sort1/sort2/sort3");
+    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "Has sort4,but it does not have sort1/sort2/sort3");
   }
   if (sort4_num == 0 && sort3_num != 0 && (sort1_num == 0 || sort2_num == 0)) {
-    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Has sort3,but it does not have sort1/sort2");
+    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "Has sort3,but it does not have sort1/sort2");
   }
   if (sort4_num == 0 && sort3_num == 0 && sort2_num != 0 && sort1_num == 0) {
-    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Has sort2,but it does not have sort1");
+    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "Has sort2,but it does not have sort1");
   }
   if (sort1_num > 1 || sort2_num > 1 || sort3_num > 1 || sort4_num > 1) {
-    return REPORT_ERROR_AT(log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Every sort flag should be 1 time(sort1:%d,sort2:%d,sort3:%d,sort4:%d),please check.",
-                        sort1_num, sort2_num, sort3_num, sort4_num);
+    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                           "Every sort flag should be 1 time(sort1:%d,sort2:%d,sort3:%d,sort4:%d),please check.",
+                           sort1_num, sort2_num, sort3_num, sort4_num);
   }
   // Each mark is now used once and the marks form a prefix sort1..sortN, so their sum is N, which
   // must be the table's SortFieldNum. "curstomaattr" and " 's" are the message's own; keep them.
-  const int sort_num = sort1_num + sort2_num + sort3_num + sort4_num;
-  if (sort_num != sort_field_num) {
+  const int total = sort1_num + sort2_num + sort3_num + sort4_num;
+  if (total != sort_field_num) {
     return REPORT_ERROR_AT(
-        log_handle, ENTRY_WALK_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+        log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
         "pstEntry 's curstomaattr num's sort num %d not match with meta's SortFieldNum=%d",
-        sort_num, sort_field_num);
+        total, sort_field_num);
   }
   return CHECK_TABLE_SUCCESS;
 }

@@ -5,6 +5,7 @@
 // stay distinct when letter case is ignored.
 #include <strings.h>
 
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,7 @@
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
+#include "common/check_table_rules.h"
 #include <velmora/string_helpers.h>
 
 namespace {
@@ -22,54 +24,49 @@ const unsigned int kSupportedTypeLimit = 22;
 // Most value fields of a generic table and of any other kind of table. Servers before
 // kManyValueFieldsVersion hold half the generic maximum in a generic table and one field less in
 // a list table; other kinds of table have no version gate. The asymmetry is intended.
-const int kGenericTableMaxValueNum = 256;
-const int kOtherTableMaxValueNum = 255;
+const int kGenericTableMaxValueNum = MAX_DBFIELD_NUM;
+const int kOtherTableMaxValueNum = MAX_DBFIELD_NUM - 1;
 const int kGenericTableOldServerMaxValueNum = 128;
 const int kListTableOldServerMaxValueNum = 127;
 const char* const kManyValueFieldsVersion = "3.40.0.193253";
 
-const int kGenericTable = 0;
-const int kListTable = 1;
-
 // Field size limits in bytes. A key field is part of every record's key, so it stays small; a
 // value field may be as large as the oldest server that must serve the table can hold.
-// Sizes from schema files fit an int and are printed as the store always printed them; a model
-// built in code may hold more, and its true size is printed in full.
-struct FieldLenLimit {
-  int64_t max_len;
-  const char* message;       // entry name, size as int
-  const char* wide_message;  // entry name, size as long long
-};
-const FieldLenLimit kKeyFieldLimit = {1024, "key %s length(%d) is greater than 1K",
-                                      "key %s length(%lld) is greater than 1K"};
-const FieldLenLimit kValueFieldLimitBefore329 = {131072, "entry %s length(%d) is greater than 128k",
-                                                 "entry %s length(%lld) is greater than 128k"};
-const FieldLenLimit kValueFieldLimitFrom329 = {262144, "entry %s length(%d) is greater than 256k",
-                                               "entry %s length(%lld) is greater than 256k"};
-const FieldLenLimit kValueFieldLimitFrom339 = {10485760, "entry %s length(%d) is greater than 10M",
-                                               "entry %s length(%lld) is greater than 10M"};
+const int64_t kKeyFieldMaxLen = 1024;
+const int64_t kValueFieldMaxLenBefore329 = 131072;
+const int64_t kValueFieldMaxLenFrom329 = 262144;
+const int64_t kValueFieldMaxLenFrom339 = 10485760;
 
-bool FitsInt(int64_t value) { return value >= INT32_MIN && value <= INT32_MAX; }
 const char* const kValueFieldLenVersion329 = "3.29.0";
 const char* const kValueFieldLenVersion339 = "3.39.0";
 const char* const kEntryLenErrorHead = "ERR_ENTRY_LEN;";
 
 // A column name holds at most 31 characters: the store's buffer has 32 bytes with the terminator.
-const int kFieldNameMaxLen = 31;
+const int kFieldNameMaxLen = VELMORA_MAX_FIELD_NAME - 1;
 
 // Bytes of the buffer the repetition message is composed in before it reaches the error buffer.
 const size_t kRepeatedNameMessageSize = 8096;
 
-bool IsPrimaryKeyEntry(LPZEMMETAENTRY pstEntry) {
-  return (pstEntry->chDBFlag & ZEM_DBFLAG_PRIMARY_KEY) != 0;
-}
-
-// Bytes are taken as signed chars, so every byte of 0x80 or above (any non-ASCII text) is illegal.
-bool IsFieldNameChar(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+// The size of an entry in bytes. Two factors of at most 32 bits: the 64-bit product neither wraps
+// nor hides a huge array.
+int64_t EntryLength(LPZEMMETAENTRY pstEntry) {
+  return static_cast<int64_t>(zem_get_entry_unitsize(pstEntry)) *
+         static_cast<int64_t>(zem_get_entry_count(pstEntry));
 }
 
 }  // namespace
+
+// The per-entry steps log under the name of the check they belong to.
+#define VALUE_FIELD_LOC CHECK_TABLE_LOC_OF("CheckValueField")
+#define VALUE_FIELD_LEN_LOC CHECK_TABLE_LOC_OF("CheckValueFieldLen")
+#define FIELD_NAME_LOC CHECK_TABLE_LOC_OF("CheckFieldNameLength")
+#define REPEATED_NAME_LOC CHECK_TABLE_LOC_OF("CheckRepeatedFieldName")
+
+int CheckTable::ReportEmptyEntrySlot(LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc,
+                                     int slot, const char* meta_name) {
+  return REPORT_ERROR_AT(log_handle, loc, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+                         "entry %d is null! Meta name: %s", slot, meta_name);
+}
 
 int CheckTable::CheckValueField(LPZEMMETA meta, int table_type, const std::string& svrMinVersion,
                                 LPWLOGCATEGORYINST log_handle) {
@@ -80,60 +77,66 @@ int CheckTable::CheckValueField(LPZEMMETA meta, int table_type, const std::strin
 
   // Types are examined in entry order, so an unsupported type is reported before any count limit.
   int index = 0;
-  const int entry_num = zem_get_entry_num(meta);
-  for (int i = 0; i < entry_num; ++i) {
-    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
-    if (pstEntry == nullptr) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "entry %d is null! Meta name: %s", i, meta_name);
-    }
-    if (IsPrimaryKeyEntry(pstEntry)) continue;
-    if (CheckWhetherTypeSupportted(pstEntry, log_handle) != CHECK_TABLE_SUCCESS) {
-      return REPORT_ERROR(log_handle, ERROR_FIELD_TYPE_ILLEGAL,
-                          "The entry type is not supported! entry_name:'%s' table='%s'",
-                          zem_get_entry_name(pstEntry), meta_name);
-    }
-    ++index;
-  }
+  int ret = ForEachEntry(
+      meta,
+      [&](int, LPZEMMETAENTRY pstEntry) -> int {
+        if (IsPrimaryKeyEntry(pstEntry)) return CHECK_TABLE_SUCCESS;
+        if (CheckWhetherTypeSupportted(pstEntry, log_handle) != CHECK_TABLE_SUCCESS) {
+          return REPORT_ERROR_AT(log_handle, VALUE_FIELD_LOC, ERROR_FIELD_TYPE_ILLEGAL,
+                                 "The entry type is not supported! entry_name:'%s' table='%s'",
+                                 zem_get_entry_name(pstEntry), meta_name);
+        }
+        ++index;
+        return CHECK_TABLE_SUCCESS;
+      },
+      [&](int slot) { return ReportEmptyEntrySlot(log_handle, VALUE_FIELD_LOC, slot, meta_name); });
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
 
-  if (index == 0) {
-    return REPORT_ERROR(log_handle, ERROR_VALUE_FIELD,
-                        "The number of value field can not be zero! table: '%s'", meta_name);
-  }
-
-  // An empty server version means no version is known: only the hard maximum applies.
-  bool needs_many_fields_server = false;
-  if (table_type != kGenericTable) {
-    if (index > kOtherTableMaxValueNum) {
-      return REPORT_ERROR(log_handle, ERROR_VALUE_FIELD,
-                          "The number of value field can not more than %d! list table: '%s'",
-                          kOtherTableMaxValueNum, meta_name);
-    }
-    needs_many_fields_server = !svrMinVersion.empty() && table_type == kListTable &&
-                               index > kListTableOldServerMaxValueNum;
-  } else {
-    if (index > kGenericTableMaxValueNum) {
-      return REPORT_ERROR(log_handle, ERROR_VALUE_FIELD,
-                          "The number of value field can not more than %d! table: '%s'",
-                          kGenericTableMaxValueNum, meta_name);
-    }
-    needs_many_fields_server = !svrMinVersion.empty() && index > kGenericTableOldServerMaxValueNum;
-  }
-  if (needs_many_fields_server &&
-      RealCmpVersion(svrMinVersion.c_str(), kManyValueFieldsVersion, true) < 0) {
-    return REPORT_ERROR(log_handle, ERROR_VALUE_FIELD,
-                        "svr version %s < %s, not support 256 value! table: '%s'",
-                        svrMinVersion.c_str(), kManyValueFieldsVersion, meta_name);
-  }
+  ret = CheckValueFieldNum(index, table_type, svrMinVersion, meta_name, log_handle);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
 
   std::string strResult;
-  const int ret = CheckStringWithCount(meta, strResult, log_handle);
+  ret = CheckStringWithCount(meta, strResult, log_handle);
   if (ret != CHECK_TABLE_SUCCESS) {
     // The report holds entry names, so it is copied as text and never read as a format.
     return ReportFormatText(log_handle, CHECK_TABLE_LOC, ret, strResult.c_str());
   }
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckValueField success! table: '%s' ", meta_name);
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::CheckValueFieldNum(int index, int table_type, const std::string& svrMinVersion,
+                                   const char* meta_name, LPWLOGCATEGORYINST log_handle) {
+  if (index == 0) {
+    return REPORT_ERROR_AT(log_handle, VALUE_FIELD_LOC, ERROR_VALUE_FIELD,
+                           "The number of value field can not be zero! table: '%s'", meta_name);
+  }
+
+  // An empty server version means no version is known: only the hard maximum applies.
+  bool needs_many_fields_server = false;
+  if (table_type != kGenericTable) {
+    if (index > kOtherTableMaxValueNum) {
+      return REPORT_ERROR_AT(log_handle, VALUE_FIELD_LOC, ERROR_VALUE_FIELD,
+                             "The number of value field can not more than %d! list table: '%s'",
+                             kOtherTableMaxValueNum, meta_name);
+    }
+    needs_many_fields_server = !svrMinVersion.empty() && table_type == kListTable &&
+                               index > kListTableOldServerMaxValueNum;
+  } else {
+    if (index > kGenericTableMaxValueNum) {
+      return REPORT_ERROR_AT(log_handle, VALUE_FIELD_LOC, ERROR_VALUE_FIELD,
+                             "The number of value field can not more than %d! table: '%s'",
+                             kGenericTableMaxValueNum, meta_name);
+    }
+    needs_many_fields_server = !svrMinVersion.empty() && index > kGenericTableOldServerMaxValueNum;
+  }
+  if (needs_many_fields_server &&
+      RealCmpVersion(svrMinVersion.c_str(), kManyValueFieldsVersion, true) < 0) {
+    return REPORT_ERROR_AT(log_handle, VALUE_FIELD_LOC, ERROR_VALUE_FIELD,
+                           "svr version %s < %s, not support 256 value! table: '%s'",
+                           svrMinVersion.c_str(), kManyValueFieldsVersion, meta_name);
+  }
   return CHECK_TABLE_SUCCESS;
 }
 
@@ -160,57 +163,40 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
     REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER, "meta is NULL");
     return false;
   }
-  const bool ge329 = RealCmpVersion(svrMinVersion.c_str(), kValueFieldLenVersion329, false) >= 0;
-  const bool ge339 = RealCmpVersion(svrMinVersion.c_str(), kValueFieldLenVersion339, false) >= 0;
   const char* meta_name = zem_get_meta_name(pstMeta);
-
-  const int entry_num = zem_get_entry_num(pstMeta);
-  if (entry_num < 1) {
+  if (zem_get_entry_num(pstMeta) < 1) {
     REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                  "Zem meta is invalid! Meta name: %s", meta_name);
     return false;
   }
 
-  // Every offending entry is logged and listed; the loop does not stop at the first.
-  std::string err_str = kEntryLenErrorHead;
-  for (int i = 0; i < entry_num; ++i) {
-    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(pstMeta, i);
-    if (pstEntry == nullptr) {
-      REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                   "entry %d is null! Meta name: %s", i, meta_name);
-      return false;
-    }
-    const int type = zem_get_entry_type(pstEntry);
-    const size_t unit_len = zem_get_entry_unitsize(pstEntry);
-    const int entry_count = zem_get_entry_count(pstEntry);
-    // Two factors of at most 32 bits: the 64-bit product neither wraps nor hides a huge array.
-    const int64_t len = static_cast<int64_t>(unit_len) * static_cast<int64_t>(entry_count);
-    const char* entry_name = zem_get_entry_name(pstEntry);
+  // The key limit does not depend on the version; the value limit is chosen by the newest gate
+  // the oldest server has passed.
+  const bool ge329 = RealCmpVersion(svrMinVersion.c_str(), kValueFieldLenVersion329, false) >= 0;
+  const bool ge339 = RealCmpVersion(svrMinVersion.c_str(), kValueFieldLenVersion339, false) >= 0;
+  const int64_t value_max_len = ge339   ? kValueFieldMaxLenFrom339
+                                : ge329 ? kValueFieldMaxLenFrom329
+                                        : kValueFieldMaxLenBefore329;
 
-    // The key limit does not depend on the version; the value limit is chosen by the newest gate
-    // the oldest server has passed.
-    const FieldLenLimit& limit = IsPrimaryKeyEntry(pstEntry) ? kKeyFieldLimit
-                                 : ge339                     ? kValueFieldLimitFrom339
-                                 : ge329                     ? kValueFieldLimitFrom329
-                                                             : kValueFieldLimitBefore329;
-    if (len > limit.max_len) {
-      if (FitsInt(len)) {
-        LOG_LINE(log_handle, WLOG_PRIORITY_ERROR, limit.message, entry_name, static_cast<int>(len));
-      } else {
-        LOG_LINE(log_handle, WLOG_PRIORITY_ERROR, limit.wide_message, entry_name,
-                 static_cast<long long>(len));
-      }
-      err_str += entry_name;
-      err_str += "|";
-    }
-    if (FitsInt(len)) {
-      LOG_LINE(log_handle, WLOG_PRIORITY_DEBUG, "type:%d size:%d,version:%s", type,
-               static_cast<int>(len), svrMinVersion.c_str());
-    } else {
-      LOG_LINE(log_handle, WLOG_PRIORITY_DEBUG, "type:%d size:%lld,version:%s", type,
-               static_cast<long long>(len), svrMinVersion.c_str());
-    }
-  }
+  // Every offending entry is logged and listed; the walk does not stop at the first.
+  std::string err_str = kEntryLenErrorHead;
+  const int ret = ForEachEntry(
+      pstMeta,
+      [&](int, LPZEMMETAENTRY pstEntry) -> int {
+        const int64_t len = EntryLength(pstEntry);
+        const int64_t max_len = IsPrimaryKeyEntry(pstEntry) ? kKeyFieldMaxLen : value_max_len;
+        if (len > max_len) {
+          LogFieldOverLimit(log_handle, max_len, zem_get_entry_name(pstEntry), len);
+          err_str += zem_get_entry_name(pstEntry);
+          err_str += "|";
+        }
+        LogFieldLength(log_handle, zem_get_entry_type(pstEntry), len, svrMinVersion.c_str());
+        return CHECK_TABLE_SUCCESS;
+      },
+      [&](int slot) {
+        return ReportEmptyEntrySlot(log_handle, VALUE_FIELD_LEN_LOC, slot, meta_name);
+      });
+  if (ret != CHECK_TABLE_SUCCESS) return false;
 
   if (err_str != kEntryLenErrorHead) {
     // Each offending entry has been logged already; the list goes to the error buffer only.
@@ -221,6 +207,64 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
   return true;
 }
 
+// Each limit has its own text. Sizes from schema files fit an int and are printed as operators
+// have always seen them; a model built in code may hold more, and its true size is then printed
+// in full.
+void CheckTable::LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len,
+                                   const char* name, int64_t len) {
+  if (len > INT_MAX) {
+    const long long size = static_cast<long long>(len);
+    switch (max_len) {
+      case kKeyFieldMaxLen:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "key %s length(%lld) is greater than 1K", name, size);
+        return;
+      case kValueFieldMaxLenBefore329:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "entry %s length(%lld) is greater than 128k", name, size);
+        return;
+      case kValueFieldMaxLenFrom329:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "entry %s length(%lld) is greater than 256k", name, size);
+        return;
+      case kValueFieldMaxLenFrom339:
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                    "entry %s length(%lld) is greater than 10M", name, size);
+        return;
+    }
+  }
+  const int size = static_cast<int>(len);
+  switch (max_len) {
+    case kKeyFieldMaxLen:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "key %s length(%d) is greater than 1K", name, size);
+      return;
+    case kValueFieldMaxLenBefore329:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "entry %s length(%d) is greater than 128k", name, size);
+      return;
+    case kValueFieldMaxLenFrom329:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "entry %s length(%d) is greater than 256k", name, size);
+      return;
+    case kValueFieldMaxLenFrom339:
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                  "entry %s length(%d) is greater than 10M", name, size);
+      return;
+  }
+}
+
+void CheckTable::LogFieldLength(LPWLOGCATEGORYINST log_handle, int type, int64_t len,
+                                const char* svrMinVersion) {
+  if (len < INT_MIN || len > INT_MAX) {
+    LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, VALUE_FIELD_LEN_LOC,
+                "type:%d size:%lld,version:%s", type, static_cast<long long>(len), svrMinVersion);
+    return;
+  }
+  LOG_LINE_AT(log_handle, WLOG_PRIORITY_DEBUG, VALUE_FIELD_LEN_LOC, "type:%d size:%d,version:%s",
+              type, static_cast<int>(len), svrMinVersion);
+}
+
 int CheckTable::CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle) {
   if (meta == nullptr) {
     return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
@@ -228,40 +272,41 @@ int CheckTable::CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_hand
   }
   const char* meta_name = zem_get_meta_name(meta);
 
-  // Within one name the tests run in this order, so a long name with a '-' in it is reported as
-  // an illegal character, not as too long.
-  const int entry_num = zem_get_entry_num(meta);
-  for (int i = 0; i < entry_num; ++i) {
-    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
-    if (pstEntry == nullptr) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "entry %d is null! Meta name: %s", i, meta_name);
-    }
-    const char* str = zem_get_entry_name(pstEntry);
-    const int len = static_cast<int>(std::strlen(str));
-    LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "length of entry name %s is %lu", str,
-             static_cast<unsigned long>(len));
-    if (len < 1) {
-      return REPORT_ERROR(log_handle, ERROR_FIELD_NAME_EMPTY, "field name is empty.");
-    }
-    if (str[0] >= '0' && str[0] <= '9') {
-      return REPORT_ERROR(log_handle, ERROR_FIELD_NAME_STARTWITH_DIGIT,
-                          "field name[%s] startswith digit.", str);
-    }
-    for (int idx = 0; idx < len; ++idx) {
-      if (!IsFieldNameChar(str[idx])) {
-        return REPORT_ERROR(log_handle, ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR,
-                            "field name[%s] has illegal character.", str);
-      }
-    }
-    if (len > kFieldNameMaxLen) {
-      return REPORT_ERROR(log_handle, ERROR_FIELD_NAME_TOO_LONG, "length of entry %s is too long",
-                          str);
-    }
-  }
+  const int ret = ForEachEntry(
+      meta,
+      [&](int, LPZEMMETAENTRY pstEntry) -> int {
+        return CheckFieldName(zem_get_entry_name(pstEntry), log_handle);
+      },
+      [&](int slot) { return ReportEmptyEntrySlot(log_handle, FIELD_NAME_LOC, slot, meta_name); });
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckFieldNameLength successed! table: '%s' ",
            meta_name);
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::CheckFieldName(const char* str, LPWLOGCATEGORYINST log_handle) {
+  // The tests run in this order, so a long name with a '-' in it is reported as an illegal
+  // character, not as too long.
+  const int len = static_cast<int>(std::strlen(str));
+  LOG_LINE_AT(log_handle, WLOG_PRIORITY_INFO, FIELD_NAME_LOC, "length of entry name %s is %lu", str,
+              static_cast<unsigned long>(len));
+  if (len < 1) {
+    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_EMPTY,
+                           "field name is empty.");
+  }
+  if (StartsWithDigit(str)) {
+    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_STARTWITH_DIGIT,
+                           "field name[%s] startswith digit.", str);
+  }
+  if (!HasOnlyNameChars(str)) {
+    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR,
+                           "field name[%s] has illegal character.", str);
+  }
+  if (len > kFieldNameMaxLen) {
+    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_TOO_LONG,
+                           "length of entry %s is too long", str);
+  }
   return CHECK_TABLE_SUCCESS;
 }
 
@@ -271,44 +316,47 @@ int CheckTable::CheckRepeatedFieldName(LPZEMMETA meta, LPWLOGCATEGORYINST log_ha
     return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                         "CheckFieldNameLength failed.meta is NULL");
   }
-  const int entry_num = zem_get_entry_num(meta);
-  if (entry_num < 1) return CHECK_TABLE_SUCCESS;
+  if (zem_get_entry_num(meta) < 1) return CHECK_TABLE_SUCCESS;
   const char* meta_name = zem_get_meta_name(meta);
+  auto empty_slot = [&](int slot) {
+    return ReportEmptyEntrySlot(log_handle, REPEATED_NAME_LOC, slot, meta_name);
+  };
 
   // Pairs are examined row by row, (0,1), (0,2), ... (1,2), ...; the first repeated pair is
   // reported, and an empty name only once every pair of the earlier entries has passed.
-  for (int i = 0; i < entry_num; ++i) {
-    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
-    if (pstEntry == nullptr) {
-      return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                          "entry %d is null! Meta name: %s", i, meta_name);
-    }
-    const char* entry_name = zem_get_entry_name(pstEntry);
-    const int entry_name_len = static_cast<int>(std::strlen(entry_name));
-    LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "length of entry name %s is %d", entry_name,
-             entry_name_len);
-    if (entry_name_len < 1) {
-      return REPORT_ERROR(log_handle, ERROR_FIELD_NAME_EMPTY, "field name is empty.");
-    }
-    if (i == entry_num - 1) return CHECK_TABLE_SUCCESS;
+  return ForEachEntry(
+      meta,
+      [&](int i, LPZEMMETAENTRY pstEntry) -> int {
+        const char* entry_name = zem_get_entry_name(pstEntry);
+        LOG_LINE_AT(log_handle, WLOG_PRIORITY_INFO, REPEATED_NAME_LOC,
+                    "length of entry name %s is %d", entry_name,
+                    static_cast<int>(std::strlen(entry_name)));
+        if (entry_name[0] == '\0') {
+          return REPORT_ERROR_AT(log_handle, REPEATED_NAME_LOC, ERROR_FIELD_NAME_EMPTY,
+                                 "field name is empty.");
+        }
+        return ForEachEntryFrom(
+            meta, i + 1,
+            [&](int j, LPZEMMETAENTRY pstCmpEntry) {
+              return CheckFieldNamesDiffer(i, entry_name, j, zem_get_entry_name(pstCmpEntry),
+                                           log_handle);
+            },
+            empty_slot);
+      },
+      empty_slot);
+}
 
-    for (int j = i + 1; j < entry_num; ++j) {
-      LPZEMMETAENTRY pstCmpEntry = zem_get_entry_by_index(meta, j);
-      if (pstCmpEntry == nullptr) {
-        return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                            "entry %d is null! Meta name: %s", j, meta_name);
-      }
-      const char* cmp_entry_name = zem_get_entry_name(pstCmpEntry);
-      if (static_cast<int>(std::strlen(cmp_entry_name)) == entry_name_len &&
-          strncasecmp(entry_name, cmp_entry_name, static_cast<size_t>(entry_name_len)) == 0) {
-        char err_msg[kRepeatedNameMessageSize];
-        std::snprintf(err_msg, sizeof(err_msg),
-                      "using strncasecmp, the field name is repeated. field_name:%s, entry_index:%d, cmp_field_name:%s, cmp_entry_index:%d",
-                      entry_name, i, cmp_entry_name, j);
-        // The message holds field names, so it is copied as text and never read as a format.
-        return ReportFormatText(log_handle, CHECK_TABLE_LOC, ERROR_REPEATED_FIELD_NAME, err_msg);
-      }
-    }
+int CheckTable::CheckFieldNamesDiffer(int i, const char* entry_name, int j,
+                                      const char* cmp_entry_name, LPWLOGCATEGORYINST log_handle) {
+  const size_t entry_name_len = std::strlen(entry_name);
+  if (std::strlen(cmp_entry_name) != entry_name_len ||
+      strncasecmp(entry_name, cmp_entry_name, entry_name_len) != 0) {
+    return CHECK_TABLE_SUCCESS;
   }
-  return CHECK_TABLE_SUCCESS;
+  char err_msg[kRepeatedNameMessageSize];
+  std::snprintf(err_msg, sizeof(err_msg),
+                "using strncasecmp, the field name is repeated. field_name:%s, entry_index:%d, cmp_field_name:%s, cmp_entry_index:%d",
+                entry_name, i, cmp_entry_name, j);
+  // The message holds field names, so it is copied as text and never read as a format.
+  return ReportFormatText(log_handle, REPEATED_NAME_LOC, ERROR_REPEATED_FIELD_NAME, err_msg);
 }

@@ -12,6 +12,7 @@
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
+#include "common/check_table_rules.h"
 #include <velmora/string_helpers.h>
 
 namespace {
@@ -20,15 +21,6 @@ namespace {
 // limits differ on purpose.
 const int kGenericTableMaxKeyNum = 8;
 const int kListTableMaxKeyNum = 7;
-
-// Table kinds as the caller passes them.
-const int kGenericTable = 0;
-const int kListTable = 1;
-
-// Only generic and list tables; compared unsigned so that negative kinds fail too.
-bool IsKnownTableKind(int table_type) {
-  return static_cast<unsigned int>(table_type) <= static_cast<unsigned int>(kListTable);
-}
 
 // The name of the entry that a key member or an index column is made of.
 const char* KeyMemberName(LPZEMMETA meta, int k) {
@@ -58,6 +50,14 @@ bool HasPrimaryKey(LPZEMMETA meta) {
 bool HasSplitTableKey(LPZEMMETA meta) { return meta->stSplitTableKey.ptrEntry != ZEMPTR_NONE; }
 
 }  // namespace
+
+// The per-member steps log under the name of the check they belong to.
+#define PRIMARY_KEY_LOC CHECK_TABLE_LOC_OF("CheckPrimaryKey")
+#define SPLIT_KEY_LOC CHECK_TABLE_LOC_OF("CheckSplittableKey")
+
+// A lookup asked about no name or no meta, reported under the lookup's own name.
+#define REPORT_LOOKUP_ARGUMENTS(log_handle) \
+  REPORT_ERROR((log_handle), CHECK_TABLE_ERROR_INVALID_PARAMETER, "Entry_name or meta is invalid")
 
 int CheckTable::CheckPrimaryKey(LPZEMMETA meta, const int table_type,
                                 LPWLOGCATEGORYINST log_handle) {
@@ -103,26 +103,35 @@ int CheckTable::CheckPrimaryKey(LPZEMMETA meta, const int table_type,
                           "repeated field name in primary key, invalid! entry_name:'%s' table='%s'",
                           entry_name, meta_name);
     }
-    if (CheckWhetherTypeSupportted(pstEntry, log_handle) != CHECK_TABLE_SUCCESS) {
-      return REPORT_ERROR(log_handle, ERROR_FIELD_TYPE_ILLEGAL,
-                          "The entry type is not supported! entry_name:'%s' table='%s'", entry_name,
-                          meta_name);
-    }
-    if (CheckWhetherExistEntry(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
-      return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD,
-                          "Primaykey is not exist entry! Primaykey:'%s', table:'%s'", entry_name,
-                          meta_name);
-    }
-    if (every_index_needs_whole_key &&
-        CheckWhetherIndex(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
-      return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD,
-                          "The index field has not include primarykey if splittablekey not exist! primarykey:'%s' table:'%s'",
-                          entry_name, meta_name);
-    }
+    const int ret = CheckKeyMember(meta, pstEntry, every_index_needs_whole_key, log_handle);
+    if (ret != CHECK_TABLE_SUCCESS) return ret;
   }
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO,
            "CheckPrimaryKey successed!table: '%s' ,primary key num: %d", meta_name, key_num);
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::CheckKeyMember(LPZEMMETA meta, LPZEMMETAENTRY pstEntry,
+                               bool every_index_needs_whole_key, LPWLOGCATEGORYINST log_handle) {
+  const char* meta_name = zem_get_meta_name(meta);
+  const char* entry_name = zem_get_entry_name(pstEntry);
+  if (CheckWhetherTypeSupportted(pstEntry, log_handle) != CHECK_TABLE_SUCCESS) {
+    return REPORT_ERROR_AT(log_handle, PRIMARY_KEY_LOC, ERROR_FIELD_TYPE_ILLEGAL,
+                           "The entry type is not supported! entry_name:'%s' table='%s'",
+                           entry_name, meta_name);
+  }
+  if (CheckWhetherExistEntry(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
+    return REPORT_ERROR_AT(log_handle, PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
+                           "Primaykey is not exist entry! Primaykey:'%s', table:'%s'", entry_name,
+                           meta_name);
+  }
+  if (every_index_needs_whole_key &&
+      CheckWhetherIndex(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
+    return REPORT_ERROR_AT(log_handle, PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
+                           "The index field has not include primarykey if splittablekey not exist! primarykey:'%s' table:'%s'",
+                           entry_name, meta_name);
+  }
   return CHECK_TABLE_SUCCESS;
 }
 
@@ -149,23 +158,16 @@ int CheckTable::CheckSplittableKey(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle
                         "system error,get meta from table:%s failed", meta_name);
   }
 
-  char splittablekey[1024];
-  std::memset(splittablekey, 0, sizeof(splittablekey));
-  const char* err_str = nullptr;
-  if (zem_get_meta_splittablekey(meta, splittablekey, sizeof(splittablekey), &err_str) != 0) {
-    // The library's reason is logged only; the error buffer is left as it was.
-    if (err_str != nullptr) {
-      LOG_LINE(log_handle, WLOG_PRIORITY_ERROR, "table:'%s' %s", meta_name, err_str);
-    }
-    return CHECK_TABLE_ERROR_INVALID_PARAMETER;
-  }
-  if (splittablekey[0] == '\0') {
+  std::string splittablekey;
+  const int ret = ReadSplitTableKey(meta, splittablekey, log_handle);
+  if (ret != CHECK_TABLE_SUCCESS) return ret;
+  if (splittablekey.empty()) {
     REPORT_NOTE(log_handle, WLOG_PRIORITY_INFO, "Table %s does not have splittablekey", meta_name);
     return CHECK_TABLE_SUCCESS;
   }
 
   std::vector<std::string> splitkey_vec;
-  SplitString(std::string(splittablekey), ",", splitkey_vec);
+  SplitString(splittablekey, ",", splitkey_vec);
   // SplitString gives every text at least one piece, so this does not fire today; it keeps the
   // loop safe should the splitter ever drop empty pieces.
   if (splitkey_vec.empty()) {
@@ -174,19 +176,9 @@ int CheckTable::CheckSplittableKey(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle
   }
 
   std::set<std::string> tmp_set;
-  for (size_t i = 0; i < splitkey_vec.size(); ++i) {
-    const std::string& piece = splitkey_vec.at(i);
-    if (CheckWhetherPrimaryKey(piece.c_str(), meta, log_handle) != CHECK_TABLE_SUCCESS) {
-      return REPORT_ERROR(log_handle, ERROR_SPLITTABLE_FIELD,
-                          "Primaykey must include splittablekey! Splittablekey:'%s',table:'%s' ",
-                          piece.c_str(), meta_name);
-    }
-    if (meta->iIndexesNum > 0 &&
-        CheckWhetherIndex(piece.c_str(), meta, log_handle) != CHECK_TABLE_SUCCESS) {
-      return REPORT_ERROR(log_handle, ERROR_INDEX_FIELD,
-                          "The index field has not include splittablekey! Splittablekey:'%s',table:'%s' ",
-                          piece.c_str(), meta_name);
-    }
+  for (const std::string& piece : splitkey_vec) {
+    const int piece_ret = CheckSplitKeyPiece(meta, piece, log_handle);
+    if (piece_ret != CHECK_TABLE_SUCCESS) return piece_ret;
     // Repetition is tested last here, unlike in the primary key: a repeated piece that is no key
     // member is reported as such. Deliberate.
     if (!tmp_set.insert(piece).second) {
@@ -197,6 +189,39 @@ int CheckTable::CheckSplittableKey(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle
   }
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, " CheckSplittableKey successed! table:'%s'", meta_name);
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::ReadSplitTableKey(LPZEMMETA meta, std::string& splittablekey,
+                                  LPWLOGCATEGORYINST log_handle) {
+  char buffer[1024];
+  const char* err_str = nullptr;
+  if (zem_get_meta_splittablekey(meta, buffer, sizeof(buffer), &err_str) != 0) {
+    // The library's reason is logged only; the error buffer is left as it was.
+    if (err_str != nullptr) {
+      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, SPLIT_KEY_LOC, "table:'%s' %s",
+                  zem_get_meta_name(meta), err_str);
+    }
+    return CHECK_TABLE_ERROR_INVALID_PARAMETER;
+  }
+  splittablekey = buffer;
+  return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::CheckSplitKeyPiece(LPZEMMETA meta, const std::string& piece,
+                                   LPWLOGCATEGORYINST log_handle) {
+  const char* meta_name = zem_get_meta_name(meta);
+  if (CheckWhetherPrimaryKey(piece.c_str(), meta, log_handle) != CHECK_TABLE_SUCCESS) {
+    return REPORT_ERROR_AT(log_handle, SPLIT_KEY_LOC, ERROR_SPLITTABLE_FIELD,
+                           "Primaykey must include splittablekey! Splittablekey:'%s',table:'%s' ",
+                           piece.c_str(), meta_name);
+  }
+  if (meta->iIndexesNum > 0 &&
+      CheckWhetherIndex(piece.c_str(), meta, log_handle) != CHECK_TABLE_SUCCESS) {
+    return REPORT_ERROR_AT(log_handle, SPLIT_KEY_LOC, ERROR_INDEX_FIELD,
+                           "The index field has not include splittablekey! Splittablekey:'%s',table:'%s' ",
+                           piece.c_str(), meta_name);
+  }
   return CHECK_TABLE_SUCCESS;
 }
 
@@ -281,10 +306,7 @@ int CheckTable::CompareIndexColumn(LPZEMMETAINDEX index1, LPZEMMETAINDEX index2,
 
 int CheckTable::CheckWhetherExistEntry(const char* entry_name, LPZEMMETA meta,
                                        LPWLOGCATEGORYINST log_handle) {
-  if (entry_name == nullptr || meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Entry_name or meta is invalid");
-  }
+  if (entry_name == nullptr || meta == nullptr) return REPORT_LOOKUP_ARGUMENTS(log_handle);
   const int entry_num = zem_get_entry_num(meta);
   if (entry_num < 0) {
     return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD, "Table dose not have entry, table:'%s'",
@@ -303,10 +325,7 @@ int CheckTable::CheckWhetherExistEntry(const char* entry_name, LPZEMMETA meta,
 
 int CheckTable::CheckWhetherPrimaryKey(const char* entry_name, LPZEMMETA meta,
                                        LPWLOGCATEGORYINST log_handle) {
-  if (entry_name == nullptr || meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Entry_name or meta is invalid");
-  }
+  if (entry_name == nullptr || meta == nullptr) return REPORT_LOOKUP_ARGUMENTS(log_handle);
   if (!HasPrimaryKey(meta)) {
     return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD,
                         "Table should have primaykey! table:'%s'", zem_get_meta_name(meta));
@@ -321,10 +340,7 @@ int CheckTable::CheckWhetherPrimaryKey(const char* entry_name, LPZEMMETA meta,
 
 int CheckTable::CheckWhetherIndex(const char* entry_name, LPZEMMETA meta,
                                   LPWLOGCATEGORYINST log_handle) {
-  if (entry_name == nullptr || meta == nullptr) {
-    return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                        "Entry_name or meta is invalid");
-  }
+  if (entry_name == nullptr || meta == nullptr) return REPORT_LOOKUP_ARGUMENTS(log_handle);
   const int index_num = meta->iIndexesNum;
   if (index_num == 0) {
     return REPORT_ERROR(log_handle, CHECK_TABLE_ERROR_INVALID_PARAMETER,

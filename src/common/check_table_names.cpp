@@ -5,15 +5,7 @@
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
-
-namespace {
-
-// Bytes are taken as signed chars, so every byte of 0x80 or above (any non-ASCII text) is illegal.
-bool IsNameChar(char c) {
-  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
-}
-
-}  // namespace
+#include "common/check_table_rules.h"
 
 int CheckTable::CheckTableNameValidity(const char* metaname, LPWLOGCATEGORYINST log_handle) {
   // The entry points reject a missing name before asking; any other caller that passes none is
@@ -23,16 +15,12 @@ int CheckTable::CheckTableNameValidity(const char* metaname, LPWLOGCATEGORYINST 
   if (tmp_meta_name.empty()) {
     return REPORT_ERROR(log_handle, ERROR_TABLE_NAME_EMPTY, "table name can't be empty");
   }
-  if (tmp_meta_name[0] >= '0' && tmp_meta_name[0] <= '9') {
+  if (StartsWithDigit(tmp_meta_name.c_str())) {
     return REPORT_ERROR(log_handle, ERROR_TABLE_NAME_STARTWITH_DIGIT, "table name startswith digit.");
   }
-  const int length = static_cast<int>(tmp_meta_name.size());
-  for (int idx = 0; idx < length; ++idx) {
-    const bool has_other_char = !IsNameChar(tmp_meta_name[idx]);
-    if (has_other_char) {
-      return REPORT_ERROR(log_handle, ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR,
-                          "table name has illegal character.");
-    }
+  if (!HasOnlyNameChars(metaname)) {
+    return REPORT_ERROR(log_handle, ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR,
+                        "table name has illegal character.");
   }
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckTableNameValidity successed! table: '%s'", metaname);
   return CheckTableNameLength(metaname, log_handle);

@@ -1,7 +1,8 @@
 #include <velmora/string_helpers.h>
 
-#include <cctype>
 #include <cstring>
+
+#include "base/ascii.h"
 
 namespace {
 
@@ -23,8 +24,6 @@ long long NextVersionPart(const char*& cursor) {
 bool IsAsciiSpace(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\v' || c == '\f';
 }
-
-char AsciiLower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
 }  // namespace
 

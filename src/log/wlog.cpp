@@ -3,24 +3,11 @@
 #include <cstdio>
 #include <string>
 
-namespace {
-
-bool WithinBounds(const tagWLogCategoryInst& category, int priority) {
-  if (category.piPriorityLow != nullptr && *category.piPriorityLow != WLOG_PRIORITY_NULL &&
-      *category.piPriorityLow < priority) {
-    return false;
-  }
-  if (category.piPriorityHigh != nullptr && *category.piPriorityHigh > priority) {
-    return false;
-  }
-  return true;
-}
-
-}  // namespace
+#include "log/wlog_bounds.h"
 
 int wlog_category_can_write(LPWLOGCATEGORYINST handle, int priority, int /*id*/, int /*cls*/) {
   if (handle == nullptr || handle->pstSink == nullptr) return 0;
-  if (!WithinBounds(*handle, priority)) return 0;
+  if (!WlogWithinBounds(*handle, priority)) return 0;
   return handle->pstSink->Accepts(priority) ? 1 : 0;
 }
 

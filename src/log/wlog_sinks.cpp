@@ -1,5 +1,7 @@
 #include <velmora/wlog.h>
 
+#include <utility>
+
 namespace {
 
 const char* OrEmpty(const char* text) { return text != nullptr ? text : ""; }
@@ -16,33 +18,5 @@ void WlogMemorySink::Write(const WLOGEVENT& event) {
     record.line = event.evt_loc->loc_line;
     record.function = OrEmpty(event.evt_loc->loc_function);
   }
-  records_.push_back(std::move(record));
-}
-
-void WlogStreamSink::Write(const WLOGEVENT& event) {
-  out_ << WlogPriorityName(event.evt_priority);
-  if (event.evt_loc != nullptr) {
-    out_ << ' ' << OrEmpty(event.evt_loc->loc_file) << ':' << event.evt_loc->loc_line << ' '
-         << OrEmpty(event.evt_loc->loc_function);
-  }
-  out_ << ": ";
-  out_.write(OrEmpty(event.evt_msg), static_cast<std::streamsize>(event.evt_msg_len));
-  out_ << '\n';
-}
-
-const char* WlogPriorityName(int priority) {
-  switch (priority) {
-    case WLOG_PRIORITY_NULL: return "NULL";
-    case WLOG_PRIORITY_FATAL: return "FATAL";
-    case WLOG_PRIORITY_ALERT: return "ALERT";
-    case WLOG_PRIORITY_CRIT: return "CRIT";
-    case WLOG_PRIORITY_ERROR: return "ERROR";
-    case WLOG_PRIORITY_WARN: return "WARN";
-    case WLOG_PRIORITY_NOTICE: return "NOTICE";
-    case WLOG_PRIORITY_INFO: return "INFO";
-    case WLOG_PRIORITY_DEBUG: return "DEBUG";
-    case WLOG_PRIORITY_TRACE: return "TRACE";
-    case WLOG_PRIORITY_NOTSET: return "NOTSET";
-    default: return "UNKNOWN";
-  }
+  m_records.push_back(std::move(record));
 }

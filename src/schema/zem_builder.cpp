@@ -1,7 +1,6 @@
 #include <velmora/zem_builder.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <map>
 #include <new>
@@ -15,28 +14,28 @@ class Arena {
  public:
   template <typename T>
   ZEMPTR Alloc(size_t count) {
-    const size_t offset = (bytes_.size() + 7) & ~size_t{7};
-    bytes_.resize(offset + sizeof(T) * std::max<size_t>(count, 1), 0);
+    const size_t offset = (m_bytes.size() + 7) & ~size_t{7};
+    m_bytes.resize(offset + sizeof(T) * std::max<size_t>(count, 1), 0);
     return static_cast<ZEMPTR>(offset);
   }
 
   ZEMPTR AddText(const std::string& text) {
-    const ZEMPTR offset = static_cast<ZEMPTR>(bytes_.size());
-    bytes_.insert(bytes_.end(), text.begin(), text.end());
-    bytes_.push_back('\0');
+    const ZEMPTR offset = static_cast<ZEMPTR>(m_bytes.size());
+    m_bytes.insert(m_bytes.end(), text.begin(), text.end());
+    m_bytes.push_back('\0');
     return offset;
   }
 
   template <typename T>
   T* At(ZEMPTR offset) {
-    return reinterpret_cast<T*>(bytes_.data() + offset);
+    return reinterpret_cast<T*>(m_bytes.data() + offset);
   }
 
-  const char* Text(ZEMPTR offset) const { return bytes_.data() + offset; }
-  const std::vector<char>& bytes() const { return bytes_; }
+  const char* Text(ZEMPTR offset) const { return m_bytes.data() + offset; }
+  const std::vector<char>& bytes() const { return m_bytes; }
 
  private:
-  std::vector<char> bytes_;
+  std::vector<char> m_bytes;
 };
 
 struct BuiltMeta {
@@ -50,21 +49,345 @@ class EntryFinder {
  public:
   explicit EntryFinder(const ZemMetaDef& meta) {
     for (size_t i = 0; i < meta.entries.size(); ++i) {
-      by_name_.emplace(meta.entries[i].name, static_cast<int>(i));
+      m_by_name.emplace(meta.entries[i].name, static_cast<int>(i));
     }
   }
   // The entry's position, or -1.
   int Find(const std::string& name) const {
-    auto found = by_name_.find(name);
-    return found == by_name_.end() ? -1 : found->second;
+    auto found = m_by_name.find(name);
+    return found == m_by_name.end() ? -1 : found->second;
   }
 
  private:
-  std::unordered_map<std::string, int> by_name_;
+  std::unordered_map<std::string, int> m_by_name;
 };
 
 int32_t ClampToInt(int64_t value) {
   return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(value, 0), INT32_MAX));
+}
+
+// Lays one description out: every meta record first, so that entries can refer to any meta, later
+// ones and themselves included; then each meta's entries, key, split key and indexes; then the
+// lookup tables. A step that meets a name it cannot resolve sets the reason and answers false.
+class MetaLibBuilder {
+ public:
+  explicit MetaLibBuilder(const ZemMetaLibDef& def) : m_def(def), m_built(def.metas.size()) {}
+
+  ZemMetaLibPtr Build(std::string* error) {
+    m_lib_name = m_arena.AddText(m_def.name);
+    if (!ReserveMetas() || !LayOutMetas()) {
+      if (error != nullptr) *error = m_error;
+      return ZemMetaLibPtr();
+    }
+    return Finish();
+  }
+
+ private:
+  // One meta under construction.
+  struct MetaLayout {
+    MetaLayout(const ZemMetaDef& meta_def, ZEMPTR meta_offset)
+        : def(meta_def),
+          offset(meta_offset),
+          where("meta '" + meta_def.name + "'"),
+          by_name(meta_def),
+          entry_count(static_cast<int>(meta_def.entries.size())),
+          entry_num(meta_def.entry_num.value_or(entry_count)),
+          slots(std::max(entry_num, entry_count)),
+          flags(meta_def.entries.size(), 0) {}
+
+    ZEMPTR EntryOffset(int i) const {
+      return entries + static_cast<ZEMPTR>(i * sizeof(tagZEMMetaEntry));
+    }
+
+    const ZemMetaDef& def;
+    ZEMPTR offset;
+    std::string where;
+    EntryFinder by_name;
+    int entry_count;  // entries described
+    int entry_num;    // entries the meta claims; extra slots are empty
+    int slots;
+    ZEMPTR entry_table = ZEMPTR_NONE;
+    ZEMPTR entries = ZEMPTR_NONE;
+    std::vector<unsigned char> flags;  // key bits, by entry
+    std::vector<int> key_entries;      // key members' entries in key order
+    ZEMPTR key_base = ZEMPTR_NONE;
+    ZEMPTR split_entry = ZEMPTR_NONE;
+    ZEMPTR split_text = ZEMPTR_NONE;
+    ZEMPTR indexes = ZEMPTR_NONE;
+  };
+
+  bool Fail(const std::string& why) {
+    m_error = why;
+    return false;
+  }
+
+  bool ReserveMetas();
+  bool LayOutMetas();
+  bool LayOutMeta(size_t m);
+  bool MarkKeyMembers(MetaLayout& layout);
+  bool LayOutEntries(MetaLayout& layout, size_t m);
+  bool LayOutEntry(const MetaLayout& layout, size_t m, int i, int64_t& host_offset, int64_t& size);
+  void FillEntryTable(const MetaLayout& layout);
+  ZEMPTR LayOutKey(const MetaLayout& layout);
+  void LayOutSplitKey(MetaLayout& layout);
+  bool LayOutIndexes(MetaLayout& layout);
+  void WriteMetaRecord(const MetaLayout& layout, size_t m);
+  ZEMPTR LayOutMetaTables(ZEMPTR& meta_by_name);
+  ZEMPTR LayOutMacros(int32_t& macro_num);
+  ZemMetaLibPtr Finish();
+
+  const ZemMetaLibDef& m_def;
+  Arena m_arena;
+  std::vector<BuiltMeta> m_built;
+  std::map<std::string, size_t> m_meta_index;
+  ZEMPTR m_lib_name = ZEMPTR_NONE;
+  std::string m_error;
+};
+
+bool MetaLibBuilder::ReserveMetas() {
+  for (size_t m = 0; m < m_def.metas.size(); ++m) {
+    if (!m_meta_index.emplace(m_def.metas[m].name, m).second) {
+      return Fail("meta '" + m_def.metas[m].name + "' is defined twice");
+    }
+    m_built[m].offset = m_arena.Alloc<tagZEMMeta>(1);
+  }
+  return true;
+}
+
+bool MetaLibBuilder::LayOutMetas() {
+  for (size_t m = 0; m < m_def.metas.size(); ++m) {
+    if (!LayOutMeta(m)) return false;
+  }
+  return true;
+}
+
+bool MetaLibBuilder::LayOutMeta(size_t m) {
+  MetaLayout layout(m_def.metas[m], m_built[m].offset);
+  layout.entry_table = m_arena.Alloc<ZEMPTR>(static_cast<size_t>(layout.slots));
+  layout.entries = m_arena.Alloc<tagZEMMetaEntry>(layout.def.entries.size());
+  m_built[m].entries = layout.entries;
+
+  if (!MarkKeyMembers(layout)) return false;
+  if (layout.def.index_num && *layout.def.index_num > static_cast<int>(layout.def.indexes.size())) {
+    return Fail(layout.where + ": index count above the indexes given");
+  }
+  if (!LayOutEntries(layout, m)) return false;
+  FillEntryTable(layout);
+  layout.key_base = LayOutKey(layout);
+  LayOutSplitKey(layout);
+  if (!LayOutIndexes(layout)) return false;
+  WriteMetaRecord(layout, m);
+  return true;
+}
+
+// Key members get the key bit; their entries must exist.
+bool MetaLibBuilder::MarkKeyMembers(MetaLayout& layout) {
+  for (const std::string& member : layout.def.primary_key) {
+    const int e = layout.by_name.Find(member);
+    if (e < 0) return Fail(layout.where + ": primary key member '" + member + "' names no entry");
+    layout.key_entries.push_back(e);
+    layout.flags[static_cast<size_t>(e)] |= ZEM_DBFLAG_PRIMARY_KEY;
+  }
+  if (layout.def.primary_key_num &&
+      *layout.def.primary_key_num > static_cast<int>(layout.key_entries.size()) &&
+      !layout.def.primary_key_base_absent) {
+    return Fail(layout.where + ": key count above the members given");
+  }
+  return true;
+}
+
+bool MetaLibBuilder::LayOutEntries(MetaLayout& layout, size_t m) {
+  int64_t host_offset = 0;
+  int64_t size = 0;
+  for (int i = 0; i < layout.entry_count; ++i) {
+    if (!LayOutEntry(layout, m, i, host_offset, size)) return false;
+  }
+  m_built[m].size = ClampToInt(size);
+  return true;
+}
+
+bool MetaLibBuilder::LayOutEntry(const MetaLayout& layout, size_t m, int i, int64_t& host_offset,
+                                 int64_t& size) {
+  const ZemEntryDef& entry_def = layout.def.entries[static_cast<size_t>(i)];
+  ZEMPTR type_meta = ZEMPTR_NONE;
+  uint32_t unit_size = ZemBaseTypeUnitSize(entry_def.type, 0);
+  if (!entry_def.type_meta.empty()) {
+    auto found = m_meta_index.find(entry_def.type_meta);
+    if (found == m_meta_index.end()) {
+      return Fail(layout.where + ": entry '" + entry_def.name + "' has type '" +
+                  entry_def.type_meta + "', which is no meta");
+    }
+    type_meta = m_built[found->second].offset;
+    // A meta laid out later has no size yet.
+    unit_size = found->second < m ? static_cast<uint32_t>(m_built[found->second].size) : 0;
+  }
+  if (entry_def.unit_size) unit_size = *entry_def.unit_size;
+  ZEMPTR refer = ZEMPTR_NONE;
+  if (!entry_def.refer.empty()) {
+    const int r = layout.by_name.Find(entry_def.refer);
+    if (r < 0) {
+      return Fail(layout.where + ": entry '" + entry_def.name + "' refers to '" + entry_def.refer +
+                  "', which is no entry");
+    }
+    refer = layout.EntryOffset(r);
+  }
+  const ZEMPTR name = m_arena.AddText(entry_def.name);
+  const ZEMPTR attr = entry_def.customattr2 ? m_arena.AddText(*entry_def.customattr2) : ZEMPTR_NONE;
+
+  tagZEMMetaEntry* entry = m_arena.At<tagZEMMetaEntry>(layout.EntryOffset(i));
+  entry->ptrSelf = layout.EntryOffset(i);
+  entry->ptrName = name;
+  entry->ptrCustomAttr2 = attr;
+  entry->ptrRefer = refer;
+  entry->ptrTypeMeta = type_meta;
+  entry->iType = entry_def.type;
+  entry->iCount = entry_def.count;
+  entry->uUnitSize = unit_size;
+  entry->chDBFlag =
+      static_cast<unsigned char>(entry_def.db_flag | layout.flags[static_cast<size_t>(i)]);
+  const int64_t entry_size =
+      static_cast<int64_t>(unit_size) * std::max<int64_t>(entry_def.count, 1);
+  entry->iHOff = layout.def.is_union ? 0 : ClampToInt(host_offset);
+  host_offset += entry_size;
+  size = layout.def.is_union ? std::max(size, entry_size) : size + entry_size;
+  return true;
+}
+
+void MetaLibBuilder::FillEntryTable(const MetaLayout& layout) {
+  for (int i = 0; i < layout.slots; ++i) {
+    const bool present =
+        i < layout.entry_count && !layout.def.entries[static_cast<size_t>(i)].null_slot;
+    m_arena.At<ZEMPTR>(layout.entry_table)[i] = present ? layout.EntryOffset(i) : ZEMPTR_NONE;
+  }
+}
+
+ZEMPTR MetaLibBuilder::LayOutKey(const MetaLayout& layout) {
+  if (layout.def.primary_key_base_absent || layout.key_entries.empty()) return ZEMPTR_NONE;
+  const ZEMPTR key_base = m_arena.Alloc<tagZEMDBKeyInfo>(layout.key_entries.size());
+  for (size_t k = 0; k < layout.key_entries.size(); ++k) {
+    tagZEMDBKeyInfo* key = m_arena.At<tagZEMDBKeyInfo>(key_base) + k;
+    key->ptrEntry = layout.EntryOffset(layout.key_entries[k]);
+    key->iHOff = m_arena.At<tagZEMMetaEntry>(key->ptrEntry)->iHOff;
+  }
+  return key_base;
+}
+
+// The split key points at its first piece's entry; a text that names no field still declares a
+// key, pointing at the meta's first entry record.
+void MetaLibBuilder::LayOutSplitKey(MetaLayout& layout) {
+  if (!layout.def.split_table_key) return;
+  const std::string& text = *layout.def.split_table_key;
+  const int e = layout.by_name.Find(text.substr(0, text.find(',')));
+  layout.split_entry = e >= 0 ? layout.EntryOffset(e) : layout.entries;
+  layout.split_text = m_arena.AddText(text);
+}
+
+bool MetaLibBuilder::LayOutIndexes(MetaLayout& layout) {
+  const std::vector<ZemIndexDef>& index_defs = layout.def.indexes;
+  const ZEMPTR indexes = layout.indexes = m_arena.Alloc<tagZEMMetaIndex>(index_defs.size());
+  for (size_t i = 0; i < index_defs.size(); ++i) {
+    const ZemIndexDef& index_def = index_defs[i];
+    const ZEMPTR name = m_arena.AddText(index_def.name);
+    const ZEMPTR columns = m_arena.Alloc<tagZEMColumnInfo>(index_def.columns.size());
+    for (size_t j = 0; j < index_def.columns.size(); ++j) {
+      const int e = layout.by_name.Find(index_def.columns[j]);
+      if (e < 0) {
+        return Fail(layout.where + ": index '" + index_def.name + "' column '" +
+                    index_def.columns[j] + "' names no entry");
+      }
+      tagZEMColumnInfo* column = m_arena.At<tagZEMColumnInfo>(columns) + j;
+      column->ptrEntry = layout.EntryOffset(e);
+      column->iHOff = m_arena.At<tagZEMMetaEntry>(column->ptrEntry)->iHOff;
+    }
+    tagZEMMetaIndex* index = m_arena.At<tagZEMMetaIndex>(indexes) + i;
+    index->ptrName = name;
+    index->iColumnNum = static_cast<int32_t>(index_def.columns.size());
+    index->ptrColumnBase = columns - layout.offset;
+  }
+  return true;
+}
+
+void MetaLibBuilder::WriteMetaRecord(const MetaLayout& layout, size_t m) {
+  const ZemMetaDef& meta = layout.def;
+  const ZEMPTR meta_name = m_arena.AddText(meta.name);
+  const ZEMPTR meta_attr = meta.customattr2 ? m_arena.AddText(*meta.customattr2) : ZEMPTR_NONE;
+
+  tagZEMMeta* record = m_arena.At<tagZEMMeta>(layout.offset);
+  record->ptrMeta = layout.offset;
+  record->ptrName = meta_name;
+  record->iVersion = meta.version;
+  record->iIsUnion = meta.is_union ? 1 : 0;
+  record->iEntriesNum = layout.entry_num;
+  record->iSize = m_built[m].size;
+  record->ptrEntryTable = layout.entry_table - layout.offset;
+  record->nPrimayKeyMemberNum =
+      meta.primary_key_num.value_or(static_cast<int16_t>(layout.key_entries.size()));
+  record->ptrPrimayKeyBase =
+      layout.key_base == ZEMPTR_NONE ? ZEMPTR_NONE : layout.key_base - layout.offset;
+  record->stSplitTableKey.ptrEntry = layout.split_entry;
+  record->stSplitTableKey.iHOff = 0;
+  record->ptrSplitTableKey = layout.split_text;
+  record->iIndexesNum = meta.index_num.value_or(static_cast<int>(meta.indexes.size()));
+  record->ptrIndexes = layout.indexes - layout.offset;
+  record->ptrCustomAttr2 = meta_attr;
+}
+
+// The metas in definition order, and by name for lookups.
+ZEMPTR MetaLibBuilder::LayOutMetaTables(ZEMPTR& meta_by_name) {
+  const ZEMPTR meta_table = m_arena.Alloc<ZEMPTR>(m_built.size());
+  meta_by_name = m_arena.Alloc<ZEMPTR>(m_built.size());
+  std::vector<size_t> order(m_built.size());
+  for (size_t m = 0; m < m_built.size(); ++m) {
+    m_arena.At<ZEMPTR>(meta_table)[m] = m_built[m].offset;
+    order[m] = m;
+  }
+  std::sort(order.begin(), order.end(),
+            [this](size_t a, size_t b) { return m_def.metas[a].name < m_def.metas[b].name; });
+  for (size_t m = 0; m < order.size(); ++m) {
+    m_arena.At<ZEMPTR>(meta_by_name)[m] = m_built[order[m]].offset;
+  }
+  return meta_table;
+}
+
+// The macros by name; of two with one name, the later value wins.
+ZEMPTR MetaLibBuilder::LayOutMacros(int32_t& macro_num) {
+  std::map<std::string, int> macros;
+  for (const auto& macro : m_def.macros) macros[macro.first] = macro.second;
+  std::vector<std::pair<ZEMPTR, int>> macro_records;
+  for (const auto& macro : macros) {
+    macro_records.emplace_back(m_arena.AddText(macro.first), macro.second);
+  }
+  const ZEMPTR macro_table = m_arena.Alloc<tagZEMMacro>(macro_records.size());
+  for (size_t i = 0; i < macro_records.size(); ++i) {
+    tagZEMMacro* macro = m_arena.At<tagZEMMacro>(macro_table) + i;
+    macro->ptrName = macro_records[i].first;
+    macro->iValue = macro_records[i].second;
+  }
+  macro_num = static_cast<int32_t>(macro_records.size());
+  return macro_table;
+}
+
+ZemMetaLibPtr MetaLibBuilder::Finish() {
+  ZEMPTR meta_by_name = ZEMPTR_NONE;
+  const ZEMPTR meta_table = LayOutMetaTables(meta_by_name);
+  int32_t macro_num = 0;
+  const ZEMPTR macro_table = LayOutMacros(macro_num);
+
+  const size_t data_size = m_arena.bytes().size();
+  void* block = ::operator new(offsetof(tagZEMMetaLib, data) + data_size,
+                               std::align_val_t{alignof(tagZEMMetaLib)});
+  ZemMetaLibPtr metalib(new (block) tagZEMMetaLib());
+  metalib->uMagic = ZEM_METALIB_MAGIC;
+  metalib->iVersion = m_def.version;
+  metalib->iDataSize = static_cast<int64_t>(data_size);
+  metalib->ptrName = m_lib_name;
+  metalib->iMetaNum = static_cast<int32_t>(m_built.size());
+  metalib->iMacroNum = macro_num;
+  metalib->ptrMetaTable = meta_table;
+  metalib->ptrMetaByName = meta_by_name;
+  metalib->ptrMacros = macro_table;
+  std::memcpy(metalib->data, m_arena.bytes().data(), data_size);
+  return metalib;
 }
 
 }  // namespace
@@ -96,210 +419,5 @@ uint32_t ZemBaseTypeUnitSize(int type, uint32_t declared_size) {
 }
 
 ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
-  auto fail = [error](const std::string& why) {
-    if (error != nullptr) *error = why;
-    return ZemMetaLibPtr();
-  };
-
-  Arena arena;
-  const ZEMPTR lib_name = arena.AddText(def.name);
-
-  // Every meta record first, so entries can refer to any meta, later ones and themselves included.
-  std::vector<BuiltMeta> built(def.metas.size());
-  std::map<std::string, size_t> meta_index;
-  for (size_t m = 0; m < def.metas.size(); ++m) {
-    if (!meta_index.emplace(def.metas[m].name, m).second) {
-      return fail("meta '" + def.metas[m].name + "' is defined twice");
-    }
-    built[m].offset = arena.Alloc<tagZEMMeta>(1);
-  }
-
-  for (size_t m = 0; m < def.metas.size(); ++m) {
-    const ZemMetaDef& meta = def.metas[m];
-    const ZEMPTR meta_offset = built[m].offset;
-    const std::string where = "meta '" + meta.name + "'";
-    const EntryFinder entries_by_name(meta);
-
-    const int entry_count = static_cast<int>(meta.entries.size());
-    const int entry_num = meta.entry_num.value_or(entry_count);
-    const int slots = std::max(entry_num, entry_count);
-    const ZEMPTR entry_table = arena.Alloc<ZEMPTR>(static_cast<size_t>(slots));
-    const ZEMPTR entries = arena.Alloc<tagZEMMetaEntry>(meta.entries.size());
-    built[m].entries = entries;
-    auto entry_offset = [entries](int i) {
-      return entries + static_cast<ZEMPTR>(i * sizeof(tagZEMMetaEntry));
-    };
-
-    // Key members get the key bit; their entries must exist.
-    std::vector<unsigned char> flags(meta.entries.size(), 0);
-    std::vector<int> key_entries;
-    for (const std::string& member : meta.primary_key) {
-      const int e = entries_by_name.Find(member);
-      if (e < 0) return fail(where + ": primary key member '" + member + "' names no entry");
-      key_entries.push_back(e);
-      flags[static_cast<size_t>(e)] |= ZEM_DBFLAG_PRIMARY_KEY;
-    }
-    if (meta.primary_key_num && *meta.primary_key_num > static_cast<int>(key_entries.size()) &&
-        !meta.primary_key_base_absent) {
-      return fail(where + ": key count above the members given");
-    }
-    if (meta.index_num && *meta.index_num > static_cast<int>(meta.indexes.size())) {
-      return fail(where + ": index count above the indexes given");
-    }
-
-    int64_t host_offset = 0;
-    int64_t size = 0;
-    for (int i = 0; i < entry_count; ++i) {
-      const ZemEntryDef& entry_def = meta.entries[static_cast<size_t>(i)];
-      ZEMPTR type_meta = ZEMPTR_NONE;
-      uint32_t unit_size = ZemBaseTypeUnitSize(entry_def.type, 0);
-      if (!entry_def.type_meta.empty()) {
-        auto found = meta_index.find(entry_def.type_meta);
-        if (found == meta_index.end()) {
-          return fail(where + ": entry '" + entry_def.name + "' has type '" + entry_def.type_meta +
-                      "', which is no meta");
-        }
-        type_meta = built[found->second].offset;
-        unit_size = found->second < m ? static_cast<uint32_t>(built[found->second].size) : 0;
-      }
-      if (entry_def.unit_size) unit_size = *entry_def.unit_size;
-      ZEMPTR refer = ZEMPTR_NONE;
-      if (!entry_def.refer.empty()) {
-        const int r = entries_by_name.Find(entry_def.refer);
-        if (r < 0) {
-          return fail(where + ": entry '" + entry_def.name + "' refers to '" + entry_def.refer +
-                      "', which is no entry");
-        }
-        refer = entry_offset(r);
-      }
-      const ZEMPTR name = arena.AddText(entry_def.name);
-      const ZEMPTR attr =
-          entry_def.customattr2 ? arena.AddText(*entry_def.customattr2) : ZEMPTR_NONE;
-
-      tagZEMMetaEntry* entry = arena.At<tagZEMMetaEntry>(entry_offset(i));
-      entry->ptrSelf = entry_offset(i);
-      entry->ptrName = name;
-      entry->ptrCustomAttr2 = attr;
-      entry->ptrRefer = refer;
-      entry->ptrTypeMeta = type_meta;
-      entry->iType = entry_def.type;
-      entry->iCount = entry_def.count;
-      entry->uUnitSize = unit_size;
-      entry->chDBFlag = static_cast<unsigned char>(entry_def.db_flag | flags[static_cast<size_t>(i)]);
-      const int64_t entry_size =
-          static_cast<int64_t>(unit_size) * std::max<int64_t>(entry_def.count, 1);
-      entry->iHOff = meta.is_union ? 0 : ClampToInt(host_offset);
-      host_offset += entry_size;
-      size = meta.is_union ? std::max(size, entry_size) : size + entry_size;
-    }
-    built[m].size = ClampToInt(size);
-    for (int i = 0; i < slots; ++i) {
-      const bool present = i < entry_count && !meta.entries[static_cast<size_t>(i)].null_slot;
-      arena.At<ZEMPTR>(entry_table)[i] = present ? entry_offset(i) : ZEMPTR_NONE;
-    }
-
-    ZEMPTR key_base = ZEMPTR_NONE;
-    if (!meta.primary_key_base_absent && !key_entries.empty()) {
-      key_base = arena.Alloc<tagZEMDBKeyInfo>(key_entries.size());
-      for (size_t k = 0; k < key_entries.size(); ++k) {
-        tagZEMDBKeyInfo* key = arena.At<tagZEMDBKeyInfo>(key_base) + k;
-        key->ptrEntry = entry_offset(key_entries[k]);
-        key->iHOff = arena.At<tagZEMMetaEntry>(key->ptrEntry)->iHOff;
-      }
-    }
-
-    // The split key points at its first piece's entry; a text that names no field still declares
-    // a key, pointing at the meta's first entry record.
-    ZEMPTR split_entry = ZEMPTR_NONE;
-    ZEMPTR split_text = ZEMPTR_NONE;
-    if (meta.split_table_key) {
-      const std::string& text = *meta.split_table_key;
-      const int e = entries_by_name.Find(text.substr(0, text.find(',')));
-      split_entry = e >= 0 ? entry_offset(e) : entries;
-      split_text = arena.AddText(text);
-    }
-
-    const int index_count = static_cast<int>(meta.indexes.size());
-    const ZEMPTR indexes = arena.Alloc<tagZEMMetaIndex>(meta.indexes.size());
-    for (int i = 0; i < index_count; ++i) {
-      const ZemIndexDef& index_def = meta.indexes[static_cast<size_t>(i)];
-      const ZEMPTR name = arena.AddText(index_def.name);
-      const ZEMPTR columns = arena.Alloc<tagZEMColumnInfo>(index_def.columns.size());
-      for (size_t j = 0; j < index_def.columns.size(); ++j) {
-        const int e = entries_by_name.Find(index_def.columns[j]);
-        if (e < 0) {
-          return fail(where + ": index '" + index_def.name + "' column '" + index_def.columns[j] +
-                      "' names no entry");
-        }
-        tagZEMColumnInfo* column = arena.At<tagZEMColumnInfo>(columns) + j;
-        column->ptrEntry = entry_offset(e);
-        column->iHOff = arena.At<tagZEMMetaEntry>(column->ptrEntry)->iHOff;
-      }
-      tagZEMMetaIndex* index = arena.At<tagZEMMetaIndex>(indexes) + i;
-      index->ptrName = name;
-      index->iColumnNum = static_cast<int32_t>(index_def.columns.size());
-      index->ptrColumnBase = columns - meta_offset;
-    }
-
-    const ZEMPTR meta_name = arena.AddText(meta.name);
-    const ZEMPTR meta_attr = meta.customattr2 ? arena.AddText(*meta.customattr2) : ZEMPTR_NONE;
-    tagZEMMeta* record = arena.At<tagZEMMeta>(meta_offset);
-    record->ptrMeta = meta_offset;
-    record->ptrName = meta_name;
-    record->iVersion = meta.version;
-    record->iIsUnion = meta.is_union ? 1 : 0;
-    record->iEntriesNum = entry_num;
-    record->iSize = built[m].size;
-    record->ptrEntryTable = entry_table - meta_offset;
-    record->nPrimayKeyMemberNum =
-        meta.primary_key_num.value_or(static_cast<int16_t>(key_entries.size()));
-    record->ptrPrimayKeyBase = key_base == ZEMPTR_NONE ? ZEMPTR_NONE : key_base - meta_offset;
-    record->stSplitTableKey.ptrEntry = split_entry;
-    record->stSplitTableKey.iHOff = 0;
-    record->ptrSplitTableKey = split_text;
-    record->iIndexesNum = meta.index_num.value_or(index_count);
-    record->ptrIndexes = indexes - meta_offset;
-    record->ptrCustomAttr2 = meta_attr;
-  }
-
-  // Lookup tables: metas in definition order and by name, macros by name (the later value wins).
-  const ZEMPTR meta_table = arena.Alloc<ZEMPTR>(built.size());
-  const ZEMPTR meta_by_name = arena.Alloc<ZEMPTR>(built.size());
-  std::vector<size_t> order(built.size());
-  for (size_t m = 0; m < built.size(); ++m) {
-    arena.At<ZEMPTR>(meta_table)[m] = built[m].offset;
-    order[m] = m;
-  }
-  std::sort(order.begin(), order.end(), [&def](size_t a, size_t b) {
-    return def.metas[a].name < def.metas[b].name;
-  });
-  for (size_t m = 0; m < order.size(); ++m) {
-    arena.At<ZEMPTR>(meta_by_name)[m] = built[order[m]].offset;
-  }
-  std::map<std::string, int> macros;
-  for (const auto& macro : def.macros) macros[macro.first] = macro.second;
-  std::vector<std::pair<ZEMPTR, int>> macro_records;
-  for (const auto& macro : macros) macro_records.emplace_back(arena.AddText(macro.first), macro.second);
-  const ZEMPTR macro_table = arena.Alloc<tagZEMMacro>(macro_records.size());
-  for (size_t i = 0; i < macro_records.size(); ++i) {
-    tagZEMMacro* macro = arena.At<tagZEMMacro>(macro_table) + i;
-    macro->ptrName = macro_records[i].first;
-    macro->iValue = macro_records[i].second;
-  }
-
-  const size_t data_size = arena.bytes().size();
-  void* block = ::operator new(offsetof(tagZEMMetaLib, data) + data_size,
-                               std::align_val_t{alignof(tagZEMMetaLib)});
-  ZemMetaLibPtr metalib(new (block) tagZEMMetaLib());
-  metalib->uMagic = ZEM_METALIB_MAGIC;
-  metalib->iVersion = def.version;
-  metalib->iDataSize = static_cast<int64_t>(data_size);
-  metalib->ptrName = lib_name;
-  metalib->iMetaNum = static_cast<int32_t>(built.size());
-  metalib->iMacroNum = static_cast<int32_t>(macro_records.size());
-  metalib->ptrMetaTable = meta_table;
-  metalib->ptrMetaByName = meta_by_name;
-  metalib->ptrMacros = macro_table;
-  std::memcpy(metalib->data, arena.bytes().data(), data_size);
-  return metalib;
+  return MetaLibBuilder(def).Build(error);
 }

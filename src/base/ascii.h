@@ -1,0 +1,11 @@
+// Byte-level ASCII helpers shared by the string helpers and the schema loader. Bytes outside
+// ASCII are left as they are: schema text may be in any encoding.
+#ifndef VELMORA_BASE_ASCII_H_
+#define VELMORA_BASE_ASCII_H_
+
+// The lower-case letter of an ASCII upper-case letter; any other byte unchanged.
+inline char AsciiLower(char c) {
+  return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+#endif  // VELMORA_BASE_ASCII_H_
