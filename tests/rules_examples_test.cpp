@@ -161,13 +161,13 @@ TEST_F(RuleExamples, LookupCodeShowsInTheLogOfTheAskingCheck) {
   for (const Json& line : check["log"]) {
     if (line["priority"] == 300) texts.push_back(line["text"].get<std::string>());
   }
-  EXPECT_EQ(texts, (std::vector<std::string>{
-                       "Splittablekey field is not belong to index field! "
-                       "Splittablekey:'zone',table:'player'",
-                       "The index field has not include primarykey if splittablekey not exist! "
-                       "primarykey:'zone' table:'player'",
-                       "CheckPrimaryKey failed! table:'player',ret:-4",
-                   }));
+  EXPECT_EQ(
+      texts,
+      (std::vector<std::string>{
+          "Splittablekey field is not belong to index field! Splittablekey:'zone',table:'player'",
+          "The index field has not include primarykey if splittablekey not exist! primarykey:'zone' table:'player'",
+          "CheckPrimaryKey failed! table:'player',ret:-4",
+      }));
 }
 
 }  // namespace

@@ -154,8 +154,10 @@ TEST(RulesReference, ExplainSaysWhatTheStoreRequiresTheLimitsTheTextsAndAnExampl
   // Texts keep their blanks: two before "table", one at the end.
   const std::string index = ExplainRule(*FindRule("ERROR_INDEX_FIELD"));
   EXPECT_THAT(index, HasSubstr("\n- `The index field can't be repeated!  table:'%s'`\n"));
-  EXPECT_THAT(index, HasSubstr("\n- `The index field has not include splittablekey! "
-                               "Splittablekey:'%s',table:'%s' `\n"));
+  EXPECT_THAT(
+      index,
+      HasSubstr(
+          "\n- `The index field has not include splittablekey! Splittablekey:'%s',table:'%s' `\n"));
   EXPECT_THAT(ExplainRule(*FindRule("-35")),
               HasSubstr("Checked with: velmora-check-table --server-version 3.28.0 SCHEMA.xml\n"));
   EXPECT_THAT(ExplainRule(*FindRule("-46")),

@@ -99,13 +99,11 @@ const std::vector<RuleText> kRuleTexts = {
      "CheckTableTypeByCustomAttr", kFailure,
      "The first ';'-segment of customattr2 that holds the word GENERIC must be one Key=Value pair "
      "with the value GENERIC, as in TableType=GENERIC."},
-    {"table_type is generic,but customattr has contain ListNum or SortFieldNum or SortRule,don't "
-     "forget to check the entry's customattr2.",
+    {"table_type is generic,but customattr has contain ListNum or SortFieldNum or SortRule,don't forget to check the entry's customattr2.",
      CHECK_TABLE_ERROR_SYSTEM_ERROR, "CheckTableTypeByCustomAttr", kFailure,
      "A generic table has no list size and no sort order: remove ListNum, SortFieldNum and "
      "SortRule from customattr2, and the sort marks from its fields."},
-    {"list_num_str is error,it must be like:TableType=LIST|SORTLIST;ListNum=1-1023[;SortFieldNum=["
-     "1-4]].",
+    {"list_num_str is error,it must be like:TableType=LIST|SORTLIST;ListNum=1-1023[;SortFieldNum=[1-4]].",
      CHECK_TABLE_ERROR_INVALID_PARAMETER, "CheckTableTypeByCustomAttr", kFailure,
      "A list table needs ListNum=N (spelt so) in a ';'-segment of its own: a number from 1 to 1023 "
      "(10000 from server 3.40.0.193000 on) or a macro name."},
@@ -121,8 +119,7 @@ const std::vector<RuleText> kRuleTexts = {
      CHECK_TABLE_ERROR_SYSTEM_ERROR, "CheckTableTypeByCustomAttr", kFailure,
      "The first ';'-segment of customattr2 that holds the word SORTLIST must be one Key=Value pair "
      "with the value SORTLIST, as in TableType=SORTLIST."},
-    {"sort_num_str is error,it must be like:TableType=LIST|SORTLIST;ListNum=1-1023[;SortFieldNum=["
-     "1-4]].",
+    {"sort_num_str is error,it must be like:TableType=LIST|SORTLIST;ListNum=1-1023[;SortFieldNum=[1-4]].",
      CHECK_TABLE_ERROR_INVALID_PARAMETER, "CheckTableTypeByCustomAttr", kFailure,
      "A sorted list table needs SortFieldNum=N (a number from 1 to 4, no macro) in a ';'-segment "
      "of its own."},
@@ -139,8 +136,7 @@ const std::vector<RuleText> kRuleTexts = {
      "CheckTableTypeByCustomAttr", kFailure,
      "The first ';'-segment of customattr2 that holds the word LIST must be one Key=Value pair "
      "with the value LIST, as in TableType=LIST."},
-    {"table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to check "
-     "the entry's customattr2.",
+    {"table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to check the entry's customattr2.",
      CHECK_TABLE_ERROR_SYSTEM_ERROR, "CheckTableTypeByCustomAttr", kFailure,
      "A plain list table has no sort order: remove SortFieldNum and SortRule (and the fields' sort "
      "marks), or make it TableType=SORTLIST."},
@@ -160,8 +156,7 @@ const std::vector<RuleText> kRuleTexts = {
      "CheckTableTypeByCustomAttr", kFailure,
      "A key field cannot be a sort field (every element of the list shares the key): put the sort "
      "mark on a value field."},
-    {"sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,"
-     "float,double",
+    {"sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double",
      CHECK_TABLE_ERROR_INVALID_PARAMETER, "CheckTableTypeByCustomAttr", kFailure,
      "A sort field must be a number: int8 to uint64, byte, float or double; strings, dates and "
      "structs cannot order a list."},
@@ -215,8 +210,7 @@ const std::vector<RuleText> kRuleTexts = {
      "CheckPrimaryKey", kFailure,
      "This primary key member is not a field of the struct (letter case counts): fix primarykey "
      "or add the field."},
-    {"The index field has not include primarykey if splittablekey not exist! primarykey:'%s' "
-     "table:'%s'",
+    {"The index field has not include primarykey if splittablekey not exist! primarykey:'%s' table:'%s'",
      ERROR_PRIMARYKEY_FIELD, "CheckPrimaryKey", kFailure,
      "Without a splittablekey every index must hold every primary key field: add this field to "
      "each index's column list, or declare a splittablekey."},
@@ -350,8 +344,7 @@ const std::vector<RuleText> kRuleTexts = {
      "non-ASCII character): rename the field."},
     {"length of entry %s is too long", ERROR_FIELD_NAME_TOO_LONG, "CheckFieldNameLength", kFailure,
      "A field name has at most 31 bytes; 32 or more fail: shorten it."},
-    {"using strncasecmp, the field name is repeated. field_name:%s, entry_index:%d, "
-     "cmp_field_name:%s, cmp_entry_index:%d",
+    {"using strncasecmp, the field name is repeated. field_name:%s, entry_index:%d, cmp_field_name:%s, cmp_entry_index:%d",
      ERROR_REPEATED_FIELD_NAME, "CheckRepeatedFieldName", kFailure,
      "Column names ignore letter case, so two field names may not differ in case alone (the "
      "positions count from 0): rename one."},
