@@ -58,6 +58,29 @@ std::string KindError(const std::string& text) {
   return "'" + text + "' is not generic, list or an integer";
 }
 
+// --list-rules and --explain CODE: answered as soon as they are read, without a schema. The
+// answer is left in *reference and parsing ends with CLI::Success.
+void AddRulesReferenceOptions(CLI::App& app, std::string* reference) {
+  app.add_flag_callback(
+         "--list-rules",
+         [reference]() {
+           *reference = ListRules();
+           throw CLI::Success();
+         },
+         "List every result code the checks produce: number, name, one line")
+      ->trigger_on_parse();
+  app.add_option_function<std::string>(
+         "--explain",
+         [reference](const std::string& code) {
+           *reference = ExplainRule(*FindRule(code));
+           throw CLI::Success();
+         },
+         "Explain a code, by name or number: rule, limits, texts, example")
+      ->type_name("CODE")
+      ->check(CLI::Validator([](std::string& code) { return UnknownRuleMessage(code); }, ""))
+      ->trigger_on_parse();
+}
+
 }  // namespace
 
 std::optional<int> ParseTableKind(const std::string& text) {
@@ -116,26 +139,8 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   app.add_option("-f,--format", format_text, "Report format: text (default) or json")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "json"}));
-  // The rules reference answers at once, like --help, without a schema.
   std::string reference;
-  app.add_flag_callback(
-         "--list-rules",
-         [&reference]() {
-           reference = ListRules();
-           throw CLI::Success();
-         },
-         "List every result code the checks produce: number, name, one line")
-      ->trigger_on_parse();
-  app.add_option_function<std::string>(
-         "--explain",
-         [&reference](const std::string& code) {
-           reference = ExplainRule(*FindRule(code));
-           throw CLI::Success();
-         },
-         "Explain a code, by name or number: rule, limits, texts, example")
-      ->type_name("CODE")
-      ->check(CLI::Validator([](std::string& code) { return UnknownRuleMessage(code); }, ""))
-      ->trigger_on_parse();
+  AddRulesReferenceOptions(app, &reference);
 
   try {
     app.parse(argc, argv);
