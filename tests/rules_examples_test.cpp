@@ -1,15 +1,13 @@
 // Every rule's example, run through the command with the options it names: the failing schema
 // fails with the rule's code and one of the rule's texts, the fixed schema passes every check.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include <cctype>
-#include <cstdio>
 #include <fstream>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <velmora/check_table_error.h>
@@ -69,21 +67,11 @@ bool WroteTextOf(const Json& check, int code) {
 
 class RuleExamples : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char dir_template[] = "/tmp/velmora-rules-XXXXXX";
-    ASSERT_NE(mkdtemp(dir_template), nullptr);
-    dir_ = dir_template;
-  }
-  void TearDown() override {
-    for (const std::string& path : written_) std::remove(path.c_str());
-    rmdir(dir_.c_str());
-  }
-
   // Checks the schema as the example says and returns the exit status and the JSON report.
   std::pair<int, Json> Check(const Rule& rule, const std::string& schema, const char* which) {
-    const std::string path = dir_ + "/" + CheckResultName(rule.code) + "_" + which + ".xml";
+    const std::string path =
+        m_scratch.File(std::string(CheckResultName(rule.code)) + "_" + which + ".xml");
     std::ofstream(path, std::ios::binary) << schema;
-    written_.push_back(path);
     std::vector<std::string> args = rule.example.options;
     args.insert(args.end(), {"--format", "json", path});
     const CommandResult result = RunCheckTable(args);
@@ -91,8 +79,7 @@ class RuleExamples : public ::testing::Test {
     return {result.status, Json::parse(result.out, nullptr, false)};
   }
 
-  std::string dir_;
-  std::vector<std::string> written_;
+  ScratchDir m_scratch;
 };
 
 TEST_F(RuleExamples, FailingSchemaReportsTheRulesCode) {
