@@ -67,7 +67,8 @@ enum {
   VELMORA_SORT_LIST_SPECIAL_VERSION = 1000000,
 };
 
-// The name of a result code ("ERROR_INDEX_FIELD"), or NULL for a value that is not one.
+// The name of a result code ("ERROR_INDEX_FIELD"), or NULL for a value that is not one. The text
+// is static.
 const char* CheckResultName(int code);
 
 #endif  // VELMORA_CHECK_TABLE_ERROR_H_

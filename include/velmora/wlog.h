@@ -33,8 +33,9 @@ typedef struct wlog_loc_info_t {
   void* loc_data;
 } WLOGLOCINFO;
 
-// One line on its way to the category. The caller sets the priority, the location and the three
-// zero fields; the library fills the message and its length, type and version.
+// One line on its way to the category. The caller sets the priority, the location (or NULL: no
+// location) and the three zero fields; the library fills the message and its length, type and
+// version.
 typedef struct tagWlogEvent {
   int evt_priority;
   const char* evt_msg;
@@ -47,7 +48,9 @@ typedef struct tagWlogEvent {
   int evt_version;
 } WLOGEVENT;
 
-// Receives the lines a category writes. Accepts() is asked before anything is formatted.
+// Receives the lines a category writes. Accepts() is asked before anything is formatted. Write()
+// gets the formatted line in event.evt_msg (evt_msg_len bytes), valid only during the call: a
+// sink that keeps the line copies it.
 class WlogSink {
  public:
   virtual ~WlogSink() = default;
@@ -67,10 +70,16 @@ struct tagWLogCategoryInst {
 };
 typedef tagWLogCategoryInst* LPWLOGCATEGORYINST;
 
-// Returns non-zero when the category would write a line of this priority (bounds and sink agree).
+// Returns non-zero when the category would write a line of this priority: its bounds let the
+// priority through and its sink accepts it. Returns 0 for a NULL handle and for a category without
+// a sink. id and cls are not used.
 int wlog_category_can_write(LPWLOGCATEGORYINST handle, int priority, int id, int cls);
 
-// Formats one line and hands it to the category's sink. Returns 0 when written, -1 otherwise.
+// Formats one line and hands it to the category's sink; it does not ask the bounds or the sink
+// again, so callers ask wlog_category_can_write first. Returns 0 when written. Returns -1, writing
+// nothing and leaving *event alone, for a NULL handle, event or format, a category without a sink,
+// or a format that fails. While the sink runs, event->evt_msg points at the formatted line; on
+// return it is NULL again and evt_msg_len, evt_type and evt_version keep what the line had.
 int wlog_category_logv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
@@ -90,7 +99,7 @@ struct WlogRecord {
 };
 
 // Keeps every line it accepts, in order. Lines whose priority is above max_priority (less severe)
-// are refused before they are formatted.
+// are refused before they are formatted. Not safe for concurrent writers on its own.
 class WlogMemorySink : public WlogSink {
  public:
   explicit WlogMemorySink(int max_priority = WLOG_PRIORITY_UNKNOWN) : max_priority_(max_priority) {}
@@ -98,6 +107,8 @@ class WlogMemorySink : public WlogSink {
   bool Accepts(int priority) const override { return priority <= max_priority_; }
   void Write(const WLOGEVENT& event) override;
 
+  // The lines so far; the reference stays valid as long as the sink, and its contents change with
+  // the next Write, Clear or TakeRecords.
   const std::vector<WlogRecord>& records() const { return records_; }
   // Hands the lines over to the caller and leaves the sink empty.
   std::vector<WlogRecord> TakeRecords() {
@@ -112,7 +123,8 @@ class WlogMemorySink : public WlogSink {
   std::vector<WlogRecord> records_;
 };
 
-// Writes "PRIORITY file:line function: text" lines to a stream.
+// Writes "PRIORITY file:line function: text" lines to a stream ("PRIORITY: text" for a line
+// without location). The stream must outlive the sink. Not safe for concurrent writers on its own.
 class WlogStreamSink : public WlogSink {
  public:
   WlogStreamSink(std::ostream& out, int max_priority) : out_(out), max_priority_(max_priority) {}
@@ -125,10 +137,12 @@ class WlogStreamSink : public WlogSink {
   int max_priority_;
 };
 
-// The name of a priority ("ERROR", "INFO", ...), or "UNKNOWN" for a value that is not one.
+// The name of a priority ("ERROR", "INFO", ...), or "UNKNOWN" for a value that is not one. The
+// text is static.
 const char* WlogPriorityName(int priority);
 
-// A category that writes every line at every priority to the sink: no bounds are set.
+// A category that writes every line at every priority to the sink: no bounds are set. A NULL sink
+// gives a category that writes nothing.
 inline tagWLogCategoryInst WlogCategoryFor(WlogSink* sink) {
   tagWLogCategoryInst category;
   category.pstSink = sink;

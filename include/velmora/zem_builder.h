@@ -64,7 +64,8 @@ typedef std::unique_ptr<tagZEMMetaLib, ZemMetaLibDeleter> ZemMetaLibPtr;
 
 // Lays the description out as one block. Returns NULL and sets *error when a name it must resolve
 // (a key member, split key entry, index column, refer or type meta) is missing, when two metas
-// share a name, or when an override exceeds what was given.
+// share a name, or when an override exceeds what was given (error may be NULL: no reason is
+// kept). The block belongs to the returned pointer and is freed with it.
 ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error);
 
 // The unit size of a base type code, for a string or wstring of the given declared size.

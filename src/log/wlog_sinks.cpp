@@ -4,12 +4,17 @@ namespace {
 
 const char* OrEmpty(const char* text) { return text != nullptr ? text : ""; }
 
+// The bytes of the event's message; none when it carries no message, whatever its length says.
+size_t MessageLength(const WLOGEVENT& event) {
+  return event.evt_msg != nullptr ? event.evt_msg_len : 0;
+}
+
 }  // namespace
 
 void WlogMemorySink::Write(const WLOGEVENT& event) {
   WlogRecord record;
   record.priority = event.evt_priority;
-  record.text.assign(OrEmpty(event.evt_msg), event.evt_msg_len);
+  record.text.assign(OrEmpty(event.evt_msg), MessageLength(event));
   record.line = 0;
   if (event.evt_loc != nullptr) {
     record.file = OrEmpty(event.evt_loc->loc_file);
@@ -26,7 +31,7 @@ void WlogStreamSink::Write(const WLOGEVENT& event) {
          << OrEmpty(event.evt_loc->loc_function);
   }
   out_ << ": ";
-  out_.write(OrEmpty(event.evt_msg), static_cast<std::streamsize>(event.evt_msg_len));
+  out_.write(OrEmpty(event.evt_msg), static_cast<std::streamsize>(MessageLength(event)));
   out_ << '\n';
 }
 

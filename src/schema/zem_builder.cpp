@@ -288,7 +288,7 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
   }
 
   const size_t data_size = arena.bytes().size();
-  void* block = ::operator new(offsetof(tagZEMMetaLib, data) + data_size,
+  void* block = ::operator new(sizeof(tagZEMMetaLib) + data_size,
                                std::align_val_t{alignof(tagZEMMetaLib)});
   ZemMetaLibPtr metalib(new (block) tagZEMMetaLib());
   metalib->uMagic = ZEM_METALIB_MAGIC;
@@ -300,6 +300,6 @@ ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
   metalib->ptrMetaTable = meta_table;
   metalib->ptrMetaByName = meta_by_name;
   metalib->ptrMacros = macro_table;
-  std::memcpy(metalib->data, arena.bytes().data(), data_size);
+  std::memcpy(metalib->data(), arena.bytes().data(), data_size);
   return metalib;
 }
