@@ -3,7 +3,9 @@
 # otherwise it prints the exact command to run and stops.
 set -euo pipefail
 
-packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev)
+# pkgconf and dpkg-dev (dpkg-shlibdeps): the install and Debian package tests.
+packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev
+          libbenchmark-dev pkgconf dpkg-dev)
 
 missing=()
 for pkg in "${packages[@]}"; do

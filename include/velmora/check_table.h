@@ -14,10 +14,11 @@
 #include <string>
 
 #include <velmora/check_table_error.h>
+#include <velmora/export.h>
 #include <velmora/wlog.h>
 #include <velmora/zem.h>
 
-class CheckTable {
+class VELMORA_API CheckTable {
  public:
   // Zero-fills the error buffer; no server version.
   CheckTable();

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include <velmora/export.h>
+
 // Priorities: a smaller number is more severe.
 enum tagWLOG_PRIORITY {
   WLOG_PRIORITY_NULL = -1,
@@ -51,7 +53,7 @@ typedef struct tagWlogEvent {
 // Receives the lines a category writes. Accepts() is asked before anything is formatted. Write()
 // gets the formatted line in event.evt_msg (evt_msg_len bytes), valid only during the call: a
 // sink that keeps the line copies it.
-class WlogSink {
+class VELMORA_API WlogSink {
  public:
   virtual ~WlogSink() = default;
   virtual bool Accepts(int priority) const = 0;
@@ -73,19 +75,20 @@ typedef tagWLogCategoryInst* LPWLOGCATEGORYINST;
 // Returns non-zero when the category would write a line of this priority: its bounds let the
 // priority through and its sink accepts it. Returns 0 for a NULL handle and for a category without
 // a sink. id and cls are not used.
-int wlog_category_can_write(LPWLOGCATEGORYINST handle, int priority, int id, int cls);
+VELMORA_API int wlog_category_can_write(LPWLOGCATEGORYINST handle, int priority, int id, int cls);
 
 // Formats one line and hands it to the category's sink; it does not ask the bounds or the sink
 // again, so callers ask wlog_category_can_write first. Returns 0 when written. Returns -1, writing
 // nothing and leaving *event alone, for a NULL handle, event or format, a category without a sink,
 // or a format that fails. While the sink runs, event->evt_msg points at the formatted line; on
 // return it is NULL again and evt_msg_len, evt_type and evt_version keep what the line had.
-int wlog_category_logv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+VELMORA_API int wlog_category_logv(LPWLOGCATEGORYINST handle, WLOGEVENT* event,
+                                   const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 // The same with the arguments already collected.
-int wlog_category_vlogv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format,
-                        va_list args) __attribute__((format(printf, 3, 0)));
+VELMORA_API int wlog_category_vlogv(LPWLOGCATEGORYINST handle, WLOGEVENT* event,
+                                    const char* format, va_list args)
+    __attribute__((format(printf, 3, 0)));
 
 // ---- Sinks: one keeps the lines in memory (tests and the JSON report read it), one writes them
 // to a stream.
@@ -100,7 +103,7 @@ struct WlogRecord {
 
 // Keeps every line it accepts, in order. Lines whose priority is above max_priority (less severe)
 // are refused before they are formatted. Not safe for concurrent writers on its own.
-class WlogMemorySink : public WlogSink {
+class VELMORA_API WlogMemorySink : public WlogSink {
  public:
   explicit WlogMemorySink(int max_priority = WLOG_PRIORITY_UNKNOWN) : max_priority_(max_priority) {}
 
@@ -125,7 +128,7 @@ class WlogMemorySink : public WlogSink {
 
 // Writes "PRIORITY file:line function: text" lines to a stream ("PRIORITY: text" for a line
 // without location). The stream must outlive the sink. Not safe for concurrent writers on its own.
-class WlogStreamSink : public WlogSink {
+class VELMORA_API WlogStreamSink : public WlogSink {
  public:
   WlogStreamSink(std::ostream& out, int max_priority) : out_(out), max_priority_(max_priority) {}
 
@@ -139,7 +142,7 @@ class WlogStreamSink : public WlogSink {
 
 // The name of a priority ("ERROR", "INFO", ...), or "UNKNOWN" for a value that is not one. The
 // text is static.
-const char* WlogPriorityName(int priority);
+VELMORA_API const char* WlogPriorityName(int priority);
 
 // A category that writes every line at every priority to the sink: no bounds are set. A NULL sink
 // gives a category that writes nothing.

@@ -21,6 +21,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <velmora/export.h>
+
 typedef int64_t ZEMPTR;
 constexpr ZEMPTR ZEMPTR_NONE = -1;
 
@@ -196,48 +198,48 @@ inline const char* zem_index_name(LPZEMMETA meta, LPZEMMETAINDEX index) {
 // status. Texts are NUL-terminated and live in the metalib's block (see Lifetime above).
 
 // The meta of this name (exact match), or NULL; NULL too for a NULL metalib or name.
-LPZEMMETA zem_get_meta_by_name(LPZEMMETALIB metalib, const char* name);
+VELMORA_API LPZEMMETA zem_get_meta_by_name(LPZEMMETALIB metalib, const char* name);
 // The meta's name; NULL for a NULL meta.
-const char* zem_get_meta_name(LPZEMMETA meta);
+VELMORA_API const char* zem_get_meta_name(LPZEMMETA meta);
 // The number of entries (may be below 1 in a model built by hand); 0 for a NULL meta.
-int zem_get_entry_num(LPZEMMETA meta);
+VELMORA_API int zem_get_entry_num(LPZEMMETA meta);
 // Entry idx (0-based), or NULL when idx is out of range, the slot is empty or meta is NULL.
-LPZEMMETAENTRY zem_get_entry_by_index(LPZEMMETA meta, int idx);
+VELMORA_API LPZEMMETAENTRY zem_get_entry_by_index(LPZEMMETA meta, int idx);
 // The entry's name; NULL for a NULL entry.
-const char* zem_get_entry_name(LPZEMMETAENTRY entry);
+VELMORA_API const char* zem_get_entry_name(LPZEMMETAENTRY entry);
 // The entry's ZemTypeCode; -1 for a NULL entry.
-int zem_get_entry_type(LPZEMMETAENTRY entry);
+VELMORA_API int zem_get_entry_type(LPZEMMETAENTRY entry);
 // 1 for a scalar, above 1 for a fixed array, 0 for a variable array; 0 for a NULL entry.
-int zem_get_entry_count(LPZEMMETAENTRY entry);
+VELMORA_API int zem_get_entry_count(LPZEMMETAENTRY entry);
 // The entry that holds the array's length, or NULL when none is declared or entry is NULL.
-LPZEMMETAENTRY zem_get_entry_refer(LPZEMMETAENTRY entry);
+VELMORA_API LPZEMMETAENTRY zem_get_entry_refer(LPZEMMETAENTRY entry);
 // Bytes of one element; 0 for a NULL entry.
-size_t zem_get_entry_unitsize(LPZEMMETAENTRY entry);
+VELMORA_API size_t zem_get_entry_unitsize(LPZEMMETAENTRY entry);
 // The meta of a struct or union entry, or NULL (no such meta, or a NULL argument). metalib is the
 // library that owns the entry.
-LPZEMMETA zem_get_entry_type_meta(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
+VELMORA_API LPZEMMETA zem_get_entry_type_meta(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
 // The entry's custom attribute text, or NULL when it has none or an argument is NULL. metalib is
 // the library that owns the entry.
-const char* zem_get_entry_customattr2(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
+VELMORA_API const char* zem_get_entry_customattr2(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
 // The meta's custom attribute text, or NULL when it has none or meta is NULL.
-const char* zem_get_meta_customattr2(LPZEMMETA meta);
+VELMORA_API const char* zem_get_meta_customattr2(LPZEMMETA meta);
 // Copies the split table key's field names, joined by "," (empty when the meta declares none),
 // into buffer. Returns 0. Returns -1 when the text and its terminator do not fit (the buffer is
 // left empty) and when meta or buffer is NULL or buffer_size is 0 (the buffer is not touched).
 // On -1, *err_str points at the reason, unless err_str is NULL; on 0, *err_str is not touched.
 // The reason is kept per thread and stays valid until this thread's next failing call.
-int zem_get_meta_splittablekey(LPZEMMETA meta, char* buffer, size_t buffer_size,
-                               const char** err_str);
+VELMORA_API int zem_get_meta_splittablekey(LPZEMMETA meta, char* buffer, size_t buffer_size,
+                                           const char** err_str);
 // Writes the macro's value to *value and returns 0; returns -1 and leaves *value alone when the
 // library has no macro of that name or an argument is NULL.
-int zem_get_macro_value(int* value, LPZEMMETALIB metalib, const char* name);
+VELMORA_API int zem_get_macro_value(int* value, LPZEMMETALIB metalib, const char* name);
 // The library's version; 0 for a NULL metalib.
-int zem_get_metalib_version(LPZEMMETALIB metalib);
+VELMORA_API int zem_get_metalib_version(LPZEMMETALIB metalib);
 // The library's name; NULL for a NULL metalib.
-const char* zem_get_metalib_name(LPZEMMETALIB metalib);
+VELMORA_API const char* zem_get_metalib_name(LPZEMMETALIB metalib);
 // The number of metas (0 for a NULL metalib), and meta idx in definition order (NULL when idx is
 // out of range or metalib is NULL).
-int zem_get_meta_num(LPZEMMETALIB metalib);
-LPZEMMETA zem_get_meta_by_index(LPZEMMETALIB metalib, int idx);
+VELMORA_API int zem_get_meta_num(LPZEMMETALIB metalib);
+VELMORA_API LPZEMMETA zem_get_meta_by_index(LPZEMMETALIB metalib, int idx);
 
 #endif  // VELMORA_ZEM_H_
