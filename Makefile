@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE ?= examples/game.xml
 
-.PHONY: all deps build run test sanitize-test bench clean
+.PHONY: all deps build run test sanitize-test tsan-test bench clean
 
 all: build
 
@@ -23,6 +23,12 @@ sanitize-test: deps
 	cmake --preset sanitize
 	cmake --build --preset sanitize -j $(JOBS)
 	ctest --preset sanitize -j $(JOBS)
+
+# The tests that check from several threads at once, under ThreadSanitizer.
+tsan-test: deps
+	cmake --preset tsan
+	cmake --build --preset tsan -j $(JOBS)
+	ctest --preset tsan -j $(JOBS)
 
 bench: deps
 	cmake --preset bench

@@ -7,7 +7,9 @@
 // always, and logs nothing. The metalib and the log category belong to the caller and are only
 // read.
 //
-// One object may check any number of tables in turn; it must not be used by two threads at once.
+// Threads: one object may check any number of tables in turn; it must not be used by two threads
+// at once. Several threads may each check with their own object, on one shared metalib and one
+// shared log category whose sink is safe for concurrent writers (see WlogSerializedSink).
 #ifndef VELMORA_CHECK_TABLE_H_
 #define VELMORA_CHECK_TABLE_H_
 

@@ -1,10 +1,15 @@
 // WLOG: the log category through which the checker reports. A category has two optional priority
 // bounds that callers may read directly, and a sink that receives the lines the category writes.
+//
+// Threads: several threads may write through one category at once when its sink is safe for
+// concurrent writers (wrap any sink in a WlogSerializedSink) and nobody changes the category's
+// bounds or sink meanwhile.
 #ifndef VELMORA_WLOG_H_
 #define VELMORA_WLOG_H_
 
 #include <cstdarg>
 #include <cstddef>
+#include <mutex>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -138,6 +143,21 @@ class VELMORA_API WlogStreamSink : public WlogSink {
  private:
   std::ostream& out_;
   int max_priority_;
+};
+
+// Makes any sink safe for concurrent writers: every call reaches the wrapped sink under one mutex,
+// so lines from several threads arrive whole, one after another. The wrapped sink must outlive
+// this one; read it only when no thread writes any more.
+class VELMORA_API WlogSerializedSink : public WlogSink {
+ public:
+  explicit WlogSerializedSink(WlogSink& sink) : sink_(sink) {}
+
+  bool Accepts(int priority) const override;
+  void Write(const WLOGEVENT& event) override;
+
+ private:
+  WlogSink& sink_;
+  mutable std::mutex mutex_;
 };
 
 // The name of a priority ("ERROR", "INFO", ...), or "UNKNOWN" for a value that is not one. The

@@ -35,6 +35,16 @@ void WlogStreamSink::Write(const WLOGEVENT& event) {
   out_ << '\n';
 }
 
+bool WlogSerializedSink::Accepts(int priority) const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return sink_.Accepts(priority);
+}
+
+void WlogSerializedSink::Write(const WLOGEVENT& event) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  sink_.Write(event);
+}
+
 const char* WlogPriorityName(int priority) {
   switch (priority) {
     case WLOG_PRIORITY_NULL: return "NULL";
