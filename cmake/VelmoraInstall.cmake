@@ -109,4 +109,8 @@ velmora_pc_file(zem "ZEM schema model, builder and XML loader of the Velmora tab
 velmora_pc_file(check "Velmora table definition checker (link a WLOG library too, e.g. velmora-wlog)"
   REQUIRES "velmora-zem = ${PROJECT_VERSION}")
 
-include(${PROJECT_SOURCE_DIR}/cmake/VelmoraPackage.cmake)
+# The Debian package is ours to make only when velmora is the top-level project: a host that
+# installs velmora with its own build packages it its own way.
+if(PROJECT_IS_TOP_LEVEL)
+  include(${PROJECT_SOURCE_DIR}/cmake/VelmoraPackage.cmake)
+endif()
