@@ -2,7 +2,7 @@
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE ?= examples/game.xml
 
-.PHONY: all deps configure build run test tidy sanitize-test bench clean
+.PHONY: all deps configure build run test tidy sanitize-test tsan-test bench clean
 
 all: build
 
@@ -30,6 +30,12 @@ sanitize-test: deps
 	cmake --preset sanitize
 	cmake --build --preset sanitize -j $(JOBS)
 	ctest --preset sanitize -j $(JOBS)
+
+# The tests that check from several threads at once, under ThreadSanitizer.
+tsan-test: deps
+	cmake --preset tsan
+	cmake --build --preset tsan -j $(JOBS)
+	ctest --preset tsan -j $(JOBS)
 
 bench: deps
 	cmake --preset bench

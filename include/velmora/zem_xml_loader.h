@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <velmora/export.h>
 #include <velmora/zem_builder.h>
 
 // A load error or warning. line and column are 1-based; 0 when the file has no position for it
@@ -36,13 +37,13 @@ struct ZemLoadResult {
 
 // Reads and loads a schema file. A file declared in a legacy encoding (GBK, ...) is transcoded to
 // UTF-8 first; names and texts reach the model as UTF-8 bytes.
-ZemLoadResult ZemLoadXmlFile(const std::string& path);
+VELMORA_API ZemLoadResult ZemLoadXmlFile(const std::string& path);
 
 // Loads schema text already in memory; file_name is used in messages only.
-ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& text);
+VELMORA_API ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& text);
 
 // "FILE:LINE:COL: KIND: TEXT" ("FILE: KIND: TEXT" without a position), KIND being "error" or
 // "warning".
-std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind);
+VELMORA_API std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind);
 
 #endif  // VELMORA_ZEM_XML_LOADER_H_

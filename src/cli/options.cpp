@@ -5,6 +5,8 @@
 #include <climits>
 #include <cstdlib>
 
+#include <velmora/version.h>
+
 namespace {
 
 const char* const kDescription =
@@ -82,6 +84,8 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
 
   CLI::App app(kDescription, "velmora-check-table");
   app.footer(kFooter);
+  app.set_version_flag("--version", std::string("velmora-check-table ") + VelmoraVersion(),
+                       "Print the version and exit");
   app.add_option("SCHEMA", options.schema_path, "The ZEM XML schema file to check")
       ->required()
       ->type_name("SCHEMA.xml");
