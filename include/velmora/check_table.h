@@ -87,10 +87,6 @@ class CheckTable {
   int CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
   int CheckRepeatedFieldName(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
   int CheckStringWithCount(LPZEMMETA meta, std::string& strResult, LPWLOGCATEGORYINST log_handle);
-  int CheckCountWithReferAt(LPZEMMETA table_meta, std::string& strResult,
-                            LPWLOGCATEGORYINST log_handle, int depth);
-  int CheckNewEntryCountWithReferAt(LPZEMMETA old_meta, LPZEMMETA new_meta, std::string& strResult,
-                                    LPWLOGCATEGORYINST log_handle, int depth);
 
   // Table type attributes.
   int CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST log_handle);
