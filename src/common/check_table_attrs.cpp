@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
@@ -97,9 +97,9 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
   const char* meta_attr2 = zem_get_meta_customattr2(meta);
   if (meta_attr2 == nullptr || meta_attr2[0] == '\0') return ERROR_OLD_TABLE_DEFINE;
 
-  const std::string sourceMetaAttr2(meta_attr2);
+  // The attribute text is copied only for as long as its spaces are removed: it may be long.
   std::string destMetaAttr2;
-  StringRemoveSpaces(sourceMetaAttr2, destMetaAttr2);
+  StringRemoveSpaces(meta_attr2, destMetaAttr2);
   const char* attr = destMetaAttr2.c_str();
 
   if (CheckStringDisplayCharset(attr, log_handle) != CHECK_TABLE_SUCCESS) {
@@ -275,18 +275,26 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
 bool CheckTable::CheckStr(const char* src, const char* find_str) {
   if (src == nullptr || find_str == nullptr) return false;
 
-  std::vector<std::string> result_vec;
-  SplitString(src, ";", result_vec);
-  // Only the first segment that mentions find_str decides, even when it merely holds it inside a
-  // longer word and a later segment would match exactly.
-  for (const std::string& segment : result_vec) {
-    if (std::strstr(segment.c_str(), find_str) == nullptr) continue;
-    std::vector<std::string> dst_vec;
-    SplitString(segment, "=", dst_vec);
-    if (dst_vec.size() != 2) return false;
-    return dst_vec[0] == find_str || dst_vec[1] == find_str;
+  // The segments between ";" are walked in place: a string may hold millions of them. Only the
+  // first segment that mentions find_str decides, even when it merely holds it inside a longer
+  // word and a later segment would match exactly.
+  const std::string_view text(src);
+  for (size_t start = 0;;) {
+    size_t end = text.find(';', start);
+    if (end == std::string_view::npos) end = text.size();
+    const std::string_view segment = text.substr(start, end - start);
+    if (segment.find(find_str) != std::string_view::npos) {
+      // It must split at "=" into exactly two pieces, one of them find_str.
+      const size_t equals = segment.find('=');
+      if (equals == std::string_view::npos ||
+          segment.find('=', equals + 1) != std::string_view::npos) {
+        return false;
+      }
+      return segment.substr(0, equals) == find_str || segment.substr(equals + 1) == find_str;
+    }
+    if (end == text.size()) return false;
+    start = end + 1;
   }
-  return false;
 }
 
 int CheckTable::CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST log_handle) {
