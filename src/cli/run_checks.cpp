@@ -1,10 +1,12 @@
 #include "cli/run_checks.h"
 
 #include <algorithm>
+#include <cstring>
 #include <unordered_map>
 #include <utility>
 
 #include <velmora/check_table.h>
+#include "cli/short_names.h"
 
 namespace {
 
@@ -106,6 +108,32 @@ std::optional<int> TableLine(const MetaLines& lines, const std::string& table) {
   return found->second;
 }
 
+// The names longer than kShownNameBytes that the findings of a table may quote: its own, and those
+// of the entries and indexes of its meta and of every struct it holds.
+std::unordered_set<std::string> LongNamesOf(LPZEMMETA table_meta, const std::string& table) {
+  std::unordered_set<std::string> names;
+  auto keep = [&names](const char* name) {
+    if (std::strlen(name) > kShownNameBytes) names.insert(name);
+  };
+  keep(table.c_str());
+  if (table_meta == nullptr) return names;
+  std::unordered_set<LPZEMMETA> seen{table_meta};
+  std::vector<LPZEMMETA> pending{table_meta};
+  while (!pending.empty()) {
+    LPZEMMETA meta = pending.back();
+    pending.pop_back();
+    for (int i = 0; i < zem_get_entry_num(meta); ++i) {
+      LPZEMMETAENTRY entry = zem_get_entry_by_index(meta, i);
+      if (entry == nullptr) continue;
+      keep(zem_get_entry_name(entry));
+      LPZEMMETA type_meta = zem_get_entry_type_meta(zem_meta_metalib(meta), entry);
+      if (type_meta != nullptr && seen.insert(type_meta).second) pending.push_back(type_meta);
+    }
+    for (int i = 0; i < meta->iIndexesNum; ++i) keep(zem_index_name(meta, zem_meta_index(meta, i)));
+  }
+  return names;
+}
+
 std::vector<std::string> TablesToCheck(const ZemLoadResult& schema, const CheckOptions& options) {
   if (!options.tables.empty()) return options.tables;
   std::vector<std::string> tables;
@@ -135,6 +163,7 @@ TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALI
 
   run.ok = true;
   for (const CheckRun& check : run.checks) run.ok = run.ok && check.passed;
+  if (!run.ok) run.long_names = LongNamesOf(meta, table);
   return run;
 }
 
@@ -167,7 +196,10 @@ const char* CheckName(CheckKind check) {
 
 SchemaRun RunChecks(const CheckOptions& options) {
   SchemaRun run;
-  ZemLoadResult schema = ZemLoadXmlFile(options.schema_path);
+  ZemLoadOptions load_options;
+  load_options.max_input_bytes = options.max_input_bytes;
+  load_options.max_input_setting = "--max-input-size";
+  ZemLoadResult schema = ZemLoadXmlFile(options.schema_path, load_options);
   AppendWarnings(schema, run.warnings);
   if (!schema.ok || !schema.metalib) {
     SetLoadError(options.schema_path, schema, run);
@@ -176,7 +208,7 @@ SchemaRun RunChecks(const CheckOptions& options) {
 
   ZemLoadResult old_schema;
   if (options.old_schema_path) {
-    old_schema = ZemLoadXmlFile(*options.old_schema_path);
+    old_schema = ZemLoadXmlFile(*options.old_schema_path, load_options);
     AppendWarnings(old_schema, run.warnings);
     if (!old_schema.ok || !old_schema.metalib) {
       SetLoadError(*options.old_schema_path, old_schema, run);

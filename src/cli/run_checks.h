@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "cli/options.h"
@@ -40,6 +41,9 @@ struct TableRun {
   std::optional<int> line;  // line of its struct or union element; none when the schema lacks it
   bool ok = false;
   std::vector<CheckRun> checks;
+  // Of a failing table: the names longer than the text report shows whole that its findings may
+  // quote (its own, its entries' and indexes', those of the structs it holds).
+  std::unordered_set<std::string> long_names;
 };
 
 // Everything one run of the command found.
