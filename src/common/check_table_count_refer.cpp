@@ -10,13 +10,14 @@
 // way, cannot add to the report (every name it would add is in it already) and logs nothing, so
 // walking it again is skipped. A walk that met a NULL meta is walked again, so that every line a
 // walk of every path logs is logged, in its place.
-#include <cstring>
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
@@ -157,21 +158,34 @@ class WalkMarks {
 
 // The entries of an old meta by name and by name and shape (type, count and unit size): the
 // change walk asks, for each new entry, whether the old meta has one of that name and whether it
-// has one of that name that the store would keep as it is.
+// has one of that name that the store would keep as it is. A name is held once with the shape of
+// its first entry; the shapes of names held more than once are held apart.
 class OldEntries {
  public:
   explicit OldEntries(LPZEMMETA old_meta) {
     const int old_value_field_num = zem_get_entry_num(old_meta);
+    m_by_name.reserve(static_cast<size_t>(std::max(old_value_field_num, 0)));
     for (int o = 0; o < old_value_field_num; ++o) {
       LPZEMMETAENTRY pstOld = zem_get_entry_by_index(old_meta, o);
       if (pstOld == nullptr) continue;
-      m_names.insert(zem_get_entry_name(pstOld));
-      m_shapes.insert(ShapeOf(pstOld));
+      const Shape shape = ShapeOf(pstOld);
+      const auto added = m_by_name.emplace(shape.name, Held{shape, false});
+      if (added.second) continue;
+      if (!added.first->second.repeated) m_repeated_shapes.insert(added.first->second.first);
+      added.first->second.repeated = true;
+      m_repeated_shapes.insert(shape);
     }
   }
 
-  bool HasName(const char* name) const { return m_names.count(name) != 0; }
-  bool HasSameEntry(LPZEMMETAENTRY pstNew) const { return m_shapes.count(ShapeOf(pstNew)) != 0; }
+  bool HasName(const char* name) const { return m_by_name.count(name) != 0; }
+
+  bool HasSameEntry(LPZEMMETAENTRY pstNew) const {
+    const Shape shape = ShapeOf(pstNew);
+    const auto found = m_by_name.find(shape.name);
+    if (found == m_by_name.end()) return false;
+    if (found->second.first == shape) return true;
+    return found->second.repeated && m_repeated_shapes.count(shape) != 0;
+  }
 
  private:
   struct Shape {
@@ -192,13 +206,17 @@ class OldEntries {
       return hash * 31 + shape.unit_size;
     }
   };
+  struct Held {
+    Shape first;    // of the first entry of the name
+    bool repeated;  // more entries have the name: their shapes are in m_repeated_shapes
+  };
   static Shape ShapeOf(LPZEMMETAENTRY pstEntry) {
     return Shape{zem_get_entry_name(pstEntry), zem_get_entry_type(pstEntry),
                  zem_get_entry_count(pstEntry), zem_get_entry_unitsize(pstEntry)};
   }
 
-  std::unordered_set<std::string_view> m_names;
-  std::unordered_set<Shape, ShapeHash> m_shapes;
+  std::unordered_map<std::string_view, Held> m_by_name;
+  std::unordered_set<Shape, ShapeHash> m_repeated_shapes;
 };
 
 enum class NullMeta { kTable, kOld, kNew };
@@ -228,8 +246,8 @@ class CountReferWalk {
   }
   // Table() of a struct entry's meta one level down, unless the depth limit stops it there.
   void TableBelow(LPZEMMETA meta, int depth, WalkOutcome* outcome);
-  void ChangeOfEntry(LPZEMMETA old_meta, LPZEMMETA new_meta, LPZEMMETAENTRY pstNew, int depth,
-                     WalkOutcome* outcome);
+  void ChangeOfEntry(LPZEMMETA old_meta, const OldEntries& old_entries, LPZEMMETA new_meta,
+                     LPZEMMETAENTRY pstNew, int depth, WalkOutcome* outcome);
   const OldEntries& OldEntriesOf(LPZEMMETA old_meta);
 
   OffendingEntries m_entries;
@@ -273,11 +291,11 @@ const OldEntries& CountReferWalk::OldEntriesOf(LPZEMMETA old_meta) {
   return found->second;
 }
 
-void CountReferWalk::ChangeOfEntry(LPZEMMETA old_meta, LPZEMMETA new_meta, LPZEMMETAENTRY pstNew,
-                                   int depth, WalkOutcome* outcome) {
+void CountReferWalk::ChangeOfEntry(LPZEMMETA old_meta, const OldEntries& old_entries,
+                                   LPZEMMETA new_meta, LPZEMMETAENTRY pstNew, int depth,
+                                   WalkOutcome* outcome) {
   // An old entry of the same name and shape keeps the new one unchanged, even when another one of
   // that name differs.
-  const OldEntries& old_entries = OldEntriesOf(old_meta);
   const char* new_name = zem_get_entry_name(pstNew);
   if (old_entries.HasSameEntry(pstNew)) return;
   if (old_entries.HasName(new_name)) {
@@ -306,11 +324,12 @@ WalkOutcome CountReferWalk::Change(LPZEMMETA old_meta, LPZEMMETA new_meta, int d
   const std::pair<LPZEMMETA, LPZEMMETA> pair(old_meta, new_meta);
   if (m_changes.Covers(pair, depth, &outcome)) return outcome;
   // Arrays that the table already had are not judged again: only entries the change adds are.
+  const OldEntries& old_entries = OldEntriesOf(old_meta);
   const int new_value_field_num = zem_get_entry_num(new_meta);
   for (int n = 0; n < new_value_field_num; ++n) {
     LPZEMMETAENTRY pstNew = zem_get_entry_by_index(new_meta, n);
     if (pstNew == nullptr) continue;  // an empty slot has nothing to judge
-    ChangeOfEntry(old_meta, new_meta, pstNew, depth, &outcome);
+    ChangeOfEntry(old_meta, old_entries, new_meta, pstNew, depth, &outcome);
   }
   m_changes.Remember(pair, depth, outcome);
   return outcome;
