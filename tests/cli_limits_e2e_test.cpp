@@ -139,6 +139,41 @@ TEST(CheckTableLimits, LongEntryNameInAFindingIsShortenedInText) {
   EXPECT_THAT(result.out, Not(HasSubstr(name)));
 }
 
+// 63 struct types, each holding `width` entries of the type before it and an array without refer
+// (of the empty struct at the bottom, so that no size grows); the table is the top one.
+std::string SharedLevels(int width) {
+  std::string text = "<metalib name=\"g\">\n<struct name=\"s0\"/>\n";
+  for (int level = 1; level < 63; ++level) {
+    const std::string below = "s" + std::to_string(level - 1);
+    text += "<struct name=\"s" + std::to_string(level) + "\"" +
+            (level == 62 ? " primarykey=\"k\"><entry name=\"k\" type=\"int32\"/>" : ">");
+    for (int w = 0; w < width; ++w) {
+      text += "<entry name=\"e" + std::to_string(w) + "\" type=\"" + below + "\"/>";
+    }
+    text += "<entry name=\"a" + std::to_string(level) + "\" type=\"s0\" count=\"2\"/></struct>\n";
+  }
+  return text + "</metalib>\n";
+}
+
+TEST(CheckTableLimits, SharedStructTypesOfSixtyThreeLevelsAreCheckedAtOnce) {
+  // Depth first: the lowest level's array comes first.
+  std::string report = "these entry have 'count' without 'refer' : ";
+  for (int level = 1; level < 63; ++level) report += "a" + std::to_string(level) + " ";
+  for (int width : {2, 10}) {
+    const TempSchema schema(SharedLevels(width));
+    const CommandResult result = RunCheckTable({"-f", "json", schema.path()});
+    EXPECT_EQ(result.status, 1) << width;
+    const Json check = Json::parse(result.out)["tables"][0]["checks"][2];
+    EXPECT_EQ(check["check"], "CheckWhetherCountWithRefer");
+    EXPECT_EQ(check["result"], -36);
+    EXPECT_EQ(check["report"], report);
+    EXPECT_EQ(check["log"], Json::array());
+    // Against itself nothing is added.
+    const CommandResult old = RunCheckTable({"--old", schema.path(), schema.path()});
+    EXPECT_EQ(old.status, 0) << old.out;
+  }
+}
+
 TEST(CheckTableLimits, HelpListsEveryLimit) {
   const std::vector<std::string> help = Lines(RunCheckTable({"--help"}).out);
   EXPECT_THAT(help, Contains("Limits:"));

@@ -36,6 +36,9 @@ TEST(ShortNames, TableNameCutWithItsMessageIsShownWithTheWholeLength) {
   EXPECT_EQ(ShortenLongNames(cut + " [ERROR_TABLE_NAME_TOO_LONG]\n", table, {table}),
             shown + " [ERROR_TABLE_NAME_TOO_LONG]\n");
   EXPECT_EQ(ShortenLongNames(cut, table, {table}), shown);
+  // The table's name is a long name whether or not the schema has it.
+  EXPECT_EQ(ShortenLongNames("x " + table + " y", table, {}),
+            "x " + std::string(48, 'a') + "...(10000 bytes) y");
   // The same prefix inside a line is no cut name: it is shown as it stands.
   EXPECT_EQ(ShortenLongNames(cut + "' is", table, {table}), cut + "' is");
 }

@@ -40,7 +40,8 @@ const std::string& HeadlineMessage(const CheckRun& check) {
 // before its lines. A line that repeats the headline or its own check's message (the entry point's
 // wrapping line, a table name rule that both the attribute check and the entry point apply) is
 // left out. Long names are shown shortened, so that every reason stays on screen.
-void WriteFailedTable(const std::string& place, const TableRun& table, std::ostream& out) {
+void WriteFailedTable(const std::string& place, const TableRun& table,
+                      const std::unordered_set<std::string>& long_names, std::ostream& out) {
   std::ostringstream body;
   const CheckRun* first = nullptr;
   for (const CheckRun& check : table.checks) {
@@ -61,7 +62,7 @@ void WriteFailedTable(const std::string& place, const TableRun& table, std::ostr
       body << "    " << line.text << '\n';
     }
   }
-  out << place << ShortenLongNames(body.str(), table.table, table.long_names);
+  out << place << ShortenLongNames(body.str(), table.table, long_names);
 }
 
 Json TextJson(const std::string& text) { return Json(ToValidUtf8(text)); }
@@ -197,7 +198,7 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
       continue;
     }
     ++failed;
-    WriteFailedTable(place, table, out);
+    WriteFailedTable(place, table, run.long_names, out);
   }
   const size_t checked = run.tables.size();
   out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed\n";

@@ -108,26 +108,19 @@ std::optional<int> TableLine(const MetaLines& lines, const std::string& table) {
   return found->second;
 }
 
-// The names longer than kShownNameBytes that the findings of a table may quote: its own, and those
-// of the entries and indexes of its meta and of every struct it holds.
-std::unordered_set<std::string> LongNamesOf(LPZEMMETA table_meta, const std::string& table) {
+// The names of a schema longer than kShownNameBytes, which findings may quote: of its structs and
+// unions, their entries and their indexes.
+std::unordered_set<std::string> LongNamesOf(LPZEMMETALIB metalib) {
   std::unordered_set<std::string> names;
   auto keep = [&names](const char* name) {
     if (std::strlen(name) > kShownNameBytes) names.insert(name);
   };
-  keep(table.c_str());
-  if (table_meta == nullptr) return names;
-  std::unordered_set<LPZEMMETA> seen{table_meta};
-  std::vector<LPZEMMETA> pending{table_meta};
-  while (!pending.empty()) {
-    LPZEMMETA meta = pending.back();
-    pending.pop_back();
+  for (int m = 0; m < zem_get_meta_num(metalib); ++m) {
+    LPZEMMETA meta = zem_get_meta_by_index(metalib, m);
+    keep(zem_get_meta_name(meta));
     for (int i = 0; i < zem_get_entry_num(meta); ++i) {
       LPZEMMETAENTRY entry = zem_get_entry_by_index(meta, i);
-      if (entry == nullptr) continue;
-      keep(zem_get_entry_name(entry));
-      LPZEMMETA type_meta = zem_get_entry_type_meta(zem_meta_metalib(meta), entry);
-      if (type_meta != nullptr && seen.insert(type_meta).second) pending.push_back(type_meta);
+      if (entry != nullptr) keep(zem_get_entry_name(entry));
     }
     for (int i = 0; i < meta->iIndexesNum; ++i) keep(zem_index_name(meta, zem_meta_index(meta, i)));
   }
@@ -163,7 +156,6 @@ TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALI
 
   run.ok = true;
   for (const CheckRun& check : run.checks) run.ok = run.ok && check.passed;
-  if (!run.ok) run.long_names = LongNamesOf(meta, table);
   return run;
 }
 
@@ -217,6 +209,7 @@ SchemaRun RunChecks(const CheckOptions& options) {
   }
 
   run.loaded = true;
+  run.long_names = LongNamesOf(schema.metalib.get());
   const MetaLines lines = LinesOfMetas(schema);
   for (const std::string& table : TablesToCheck(schema, options)) {
     run.tables.push_back(

@@ -41,9 +41,6 @@ struct TableRun {
   std::optional<int> line;  // line of its struct or union element; none when the schema lacks it
   bool ok = false;
   std::vector<CheckRun> checks;
-  // Of a failing table: the names longer than the text report shows whole that its findings may
-  // quote (its own, its entries' and indexes', those of the structs it holds).
-  std::unordered_set<std::string> long_names;
 };
 
 // Everything one run of the command found.
@@ -53,6 +50,8 @@ struct SchemaRun {
   ZemLoadMessage error;                  // its load error, when not loaded
   std::vector<ZemLoadMessage> warnings;  // of the schema, then of the old schema
   std::vector<TableRun> tables;
+  // The schema's names longer than the text report shows whole, which findings may quote.
+  std::unordered_set<std::string> long_names;
 };
 
 // The name of a check as the checker calls it.

@@ -31,11 +31,11 @@ inline std::string Shortened(const std::string& name, size_t length) {
 
 }  // namespace short_names_detail
 
-// text with each of names that it quotes shortened to its first bytes, "..." and its length in
-// bytes: "aaaa...(10000 bytes)". names are the long names of the schema that a finding may quote;
-// a name is matched as a whole run of bytes between blanks, quotes and the punctuation messages
-// put around names (,:;=()[]{}<>|). table is the checked table's name: a run that begins it and
-// ends a message (cut short in the error buffer) is shown with the table name's length.
+// text with each long name it quotes shortened to its first bytes, "..." and its length in bytes:
+// "aaaa...(10000 bytes)". The long names are table, the checked table's name, and names, those of
+// the schema; a name is matched as a whole run of bytes between blanks, quotes and the punctuation
+// messages put around names (,:;=()[]{}<>|). A run that begins the table's name and ends a message
+// (cut short in the error buffer) is shown with the table name's length.
 inline std::string ShortenLongNames(const std::string& text, const std::string& table,
                                     const std::unordered_set<std::string>& names) {
   std::string shown;
@@ -53,7 +53,7 @@ inline std::string ShortenLongNames(const std::string& text, const std::string& 
     // on with its code or ends there.
     const bool ends_message =
         end == text.size() || text[end] == '\n' || text.compare(end, 2, " [") == 0;
-    if (run.size() > kShownNameBytes && names.count(run) != 0) {
+    if (run.size() > kShownNameBytes && (run == table || names.count(run) != 0)) {
       shown += short_names_detail::Shortened(run, run.size());
     } else if (run.size() > kShownNameBytes && ends_message && table.size() > run.size() &&
                table.compare(0, run.size(), run) == 0) {
