@@ -354,6 +354,33 @@ TEST(CountReferWalk, SchemaComparedWithItselfMatchesTheWalkOfEveryPath) {
             ReferenceNewEntryCountWithRefer(MetaOf(lib, "s9"), MetaOf(lib, "s9")));
 }
 
+// Each name of a long report is looked up in the report: a search of the report for each would
+// take the square of its length.
+TEST(CountReferWalk, TwentyThousandArraysAreListedInOrder) {
+  std::vector<ZemEntryDef> entries;
+  std::string expected = kReferHeading;
+  for (int i = 0; i < 20000; ++i) {
+    entries.push_back(Array("array_" + std::to_string(i)));
+    expected += "array_" + std::to_string(i) + " ";
+  }
+  entries.push_back(Array("rray_1"));  // the tail of a listed name
+  auto lib = BuildLib({Table("t", entries)});
+  const Outcome outcome = CountWithRefer(MetaOf(lib, "t"));
+  EXPECT_EQ(outcome.result, -36);
+  EXPECT_EQ(outcome.report, expected);
+}
+
+TEST(CountReferWalk, TableOfTwentyThousandEntriesComparedWithItselfAddsNothing) {
+  std::vector<ZemEntryDef> entries;
+  for (int i = 0; i < 20000; ++i) entries.push_back(Array("array_" + std::to_string(i)));
+  auto lib = BuildLib({Table("t", entries)});
+  entries.push_back(Array("added"));
+  auto grown = BuildLib({Table("t", entries)});
+  EXPECT_EQ(NewEntryCountWithRefer(MetaOf(lib, "t"), MetaOf(lib, "t")).report, "");
+  EXPECT_EQ(NewEntryCountWithRefer(MetaOf(lib, "t"), MetaOf(grown, "t")).report,
+            std::string(kNewHeading) + "added ");
+}
+
 // ---- Random models -------------------------------------------------------------------------
 
 // Names that end one another and heading words, hold blanks, or are empty.
