@@ -401,17 +401,7 @@ class SchemaReader {
       meta.def->customattr2 = std::string(attributes[ATTR_CUSTOMATTR2].value());
     }
 
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-      if (child.type() != pugi::node_element) continue;
-      const ElementKind kind = KindOfElement(child.name());
-      if (kind == ELEMENT_ENTRY) {
-        if (!ReadEntry(child, &meta)) return false;
-      } else if (kind == ELEMENT_INDEX && !is_union) {
-        if (!ReadIndex(child, &meta)) return false;
-      } else {
-        WarnUnexpectedElement(child, node);
-      }
-    }
+    if (!ReadMetaChildren(node, is_union, &meta)) return false;
     if (meta.size > MAX_SIZE_BYTES) {
       return Fail(node, owner + ": " + std::to_string(meta.size) +
                             " bytes exceed the limit of 2147483647 bytes");
@@ -429,6 +419,31 @@ class SchemaReader {
     info.is_union = is_union;
     info.has_primary_key = !meta.def->primary_key.empty();
     m_result->metas.push_back(std::move(info));
+    return true;
+  }
+
+  // The entries and indexes of a struct or union, in document order. Room for every entry is made
+  // first: a struct may have a million of them.
+  bool ReadMetaChildren(const pugi::xml_node& node, bool is_union, MetaState* meta) {
+    size_t entries = 0;
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+      if (child.type() == pugi::node_element && KindOfElement(child.name()) == ELEMENT_ENTRY) {
+        ++entries;
+      }
+    }
+    meta->entries.reserve(entries);
+    meta->def->entries.reserve(entries);
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+      if (child.type() != pugi::node_element) continue;
+      const ElementKind kind = KindOfElement(child.name());
+      if (kind == ELEMENT_ENTRY) {
+        if (!ReadEntry(child, meta)) return false;
+      } else if (kind == ELEMENT_INDEX && !is_union) {
+        if (!ReadIndex(child, meta)) return false;
+      } else {
+        WarnUnexpectedElement(child, node);
+      }
+    }
     return true;
   }
 
