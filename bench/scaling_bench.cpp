@@ -3,7 +3,8 @@
 // size and their growth per doubling. Linear work and memory double at each step; the goals allow
 // 2.3 times the time and 2.1 times the peak memory per doubling.
 //
-// Usage: velmora_scaling [SCALE]   (SCALE divides every size; 1 gives the full sizes)
+// Usage: velmora_scaling [SCALE [CASE...]]   SCALE divides every size (1, the default, gives the
+// full sizes); CASE runs only the cases whose names contain it.
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/types.h>
@@ -15,6 +16,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -219,6 +221,9 @@ int main(int argc, char** argv) {
   std::printf("%-22s %9s %9s %8s %8s %9s %7s %7s %6s %9s\n", "case", "n", "file MB", "wall s",
               "cpu s", "peak MiB", "cpu x", "peak x", "goals", "peak/file");
   for (const Case& test : cases) {
+    bool chosen = argc <= 2;
+    for (int i = 2; i < argc; ++i) chosen = chosen || std::strstr(test.name, argv[i]) != nullptr;
+    if (!chosen) continue;
     Measure before;
     for (int step = 0; step < 4; ++step) {
       const long n = (test.n << step) / scale;
