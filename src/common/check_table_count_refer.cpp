@@ -11,6 +11,7 @@
 // walking it again is skipped. A walk that met a NULL meta is walked again, so that every line a
 // walk of every path logs is logged, in its place.
 #include <algorithm>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -47,6 +48,13 @@ bool IsStringWithCount(LPZEMMETAENTRY pstEntry) {
 
 bool IsStructEntry(LPZEMMETAENTRY pstEntry) {
   return zem_get_entry_type(pstEntry) == ZEM_TYPE_STRUCT;
+}
+
+// Entries that the store would keep as they are: same type, count and unit size.
+bool IsSameEntryShape(LPZEMMETAENTRY pstOld, LPZEMMETAENTRY pstNew) {
+  return zem_get_entry_type(pstOld) == zem_get_entry_type(pstNew) &&
+         zem_get_entry_count(pstOld) == zem_get_entry_count(pstNew) &&
+         zem_get_entry_unitsize(pstOld) == zem_get_entry_unitsize(pstNew);
 }
 
 // The meta of a struct entry, found in the library that owns the entry's meta.
@@ -246,8 +254,8 @@ class CountReferWalk {
   }
   // Table() of a struct entry's meta one level down, unless the depth limit stops it there.
   void TableBelow(LPZEMMETA meta, int depth, WalkOutcome* outcome);
-  void ChangeOfEntry(LPZEMMETA old_meta, const OldEntries& old_entries, LPZEMMETA new_meta,
-                     LPZEMMETAENTRY pstNew, int depth, WalkOutcome* outcome);
+  void ChangeOfEntry(LPZEMMETA old_meta, LPZEMMETA new_meta, int n, LPZEMMETAENTRY pstNew,
+                     int depth, WalkOutcome* outcome);
   const OldEntries& OldEntriesOf(LPZEMMETA old_meta);
 
   OffendingEntries m_entries;
@@ -291,12 +299,18 @@ const OldEntries& CountReferWalk::OldEntriesOf(LPZEMMETA old_meta) {
   return found->second;
 }
 
-void CountReferWalk::ChangeOfEntry(LPZEMMETA old_meta, const OldEntries& old_entries,
-                                   LPZEMMETA new_meta, LPZEMMETAENTRY pstNew, int depth,
-                                   WalkOutcome* outcome) {
+void CountReferWalk::ChangeOfEntry(LPZEMMETA old_meta, LPZEMMETA new_meta, int n,
+                                   LPZEMMETAENTRY pstNew, int depth, WalkOutcome* outcome) {
   // An old entry of the same name and shape keeps the new one unchanged, even when another one of
-  // that name differs.
+  // that name differs. A change mostly leaves entries where they were: the old entry at the same
+  // place is asked first, and all of them only when it is not the same.
   const char* new_name = zem_get_entry_name(pstNew);
+  LPZEMMETAENTRY pstInPlace = zem_get_entry_by_index(old_meta, n);
+  if (pstInPlace != nullptr && std::strcmp(zem_get_entry_name(pstInPlace), new_name) == 0 &&
+      IsSameEntryShape(pstInPlace, pstNew)) {
+    return;
+  }
+  const OldEntries& old_entries = OldEntriesOf(old_meta);
   if (old_entries.HasSameEntry(pstNew)) return;
   if (old_entries.HasName(new_name)) {
     // A changed entry is not judged itself; a changed struct is compared member by member. The
@@ -324,12 +338,11 @@ WalkOutcome CountReferWalk::Change(LPZEMMETA old_meta, LPZEMMETA new_meta, int d
   const std::pair<LPZEMMETA, LPZEMMETA> pair(old_meta, new_meta);
   if (m_changes.Covers(pair, depth, &outcome)) return outcome;
   // Arrays that the table already had are not judged again: only entries the change adds are.
-  const OldEntries& old_entries = OldEntriesOf(old_meta);
   const int new_value_field_num = zem_get_entry_num(new_meta);
   for (int n = 0; n < new_value_field_num; ++n) {
     LPZEMMETAENTRY pstNew = zem_get_entry_by_index(new_meta, n);
     if (pstNew == nullptr) continue;  // an empty slot has nothing to judge
-    ChangeOfEntry(old_meta, old_entries, new_meta, pstNew, depth, &outcome);
+    ChangeOfEntry(old_meta, new_meta, n, pstNew, depth, &outcome);
   }
   m_changes.Remember(pair, depth, outcome);
   return outcome;
