@@ -41,6 +41,7 @@ bench: deps
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS)
 	./build/bench/bench/velmora_bench
+	./build/bench/bench/velmora_scaling
 
 clean:
 	rm -rf build

@@ -143,10 +143,6 @@ class VELMORA_API CheckTable {
   int CheckFieldNamesDiffer(int i, const char* entry_name, int j, const char* cmp_entry_name,
                             LPWLOGCATEGORYINST log_handle);
   int CheckStringWithCount(LPZEMMETA meta, std::string& strResult, LPWLOGCATEGORYINST log_handle);
-  int CheckCountWithReferAt(LPZEMMETA table_meta, std::string& strResult,
-                            LPWLOGCATEGORYINST log_handle, int depth);
-  int CheckNewEntryCountWithReferAt(LPZEMMETA old_meta, LPZEMMETA new_meta, std::string& strResult,
-                                    LPWLOGCATEGORYINST log_handle, int depth);
 
   // Table type attributes, and the steps of CheckTableTypeByCustomAttr.
   struct CustomAttrCall;
