@@ -6,13 +6,13 @@
 #include <exception>
 #include <new>
 
+#include "base/ascii.h"
 #include "schema/zem_xml_input.h"
 #include "schema/zem_xml_reader.h"
 #include "schema/zem_xml_text.h"
 
 namespace {
 
-bool IsXmlBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 bool FailAt(const std::string& file, const ZemTextPosition& at, std::string text,
             ZemLoadResult* result) {

@@ -224,7 +224,7 @@ class SchemaReader {
         });
         continue;
       }
-      if ((accepted & (1u << kind)) == 0) {
+      if ((accepted & Bit(static_cast<AttributeKind>(kind))) == 0) {
         Warn(WARN_ATTRIBUTE_NOT_APPLYING, OffsetOf(attribute.name()), [&]() {
           return "attribute '" + std::string(attribute.name()) + "' does not apply to " + where +
                  " and is ignored";

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/ascii.h"
+
 namespace {
 
 constexpr size_t BLOCK_BYTES = 4096;
@@ -19,7 +21,6 @@ bool StartsWith(std::string_view text, const char* prefix, size_t length) {
   return text.size() >= length && std::memcmp(text.data(), prefix, length) == 0;
 }
 
-char AsciiLower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
 bool EqualsIgnoringCase(std::string_view text, const char* word) {
   const size_t length = std::strlen(word);
@@ -36,7 +37,6 @@ bool IsUtf8Name(const std::string& encoding) {
          EqualsIgnoringCase(encoding, "us-ascii") || EqualsIgnoringCase(encoding, "ascii");
 }
 
-bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 int ClampToInt(size_t value) { return value > INT_MAX ? INT_MAX : static_cast<int>(value); }
 
@@ -50,17 +50,17 @@ struct Declaration {
 };
 
 bool FindDeclaration(std::string_view text, Declaration* declaration) {
-  if (!StartsWith(text, "<?xml", 5) || text.size() == 5 || !IsXmlSpace(text[5])) return false;
+  if (!StartsWith(text, "<?xml", 5) || text.size() == 5 || !IsXmlBlank(text[5])) return false;
   const size_t close = text.find("?>");
   const size_t limit = close == std::string_view::npos ? text.size() : close;
   declaration->end = close == std::string_view::npos ? text.size() : close + 2;
   const size_t name = text.find("encoding");
   if (name == std::string_view::npos || name >= limit) return true;
   size_t at = name + 8;
-  while (at < limit && IsXmlSpace(text[at])) ++at;
+  while (at < limit && IsXmlBlank(text[at])) ++at;
   if (at >= limit || text[at] != '=') return true;
   ++at;
-  while (at < limit && IsXmlSpace(text[at])) ++at;
+  while (at < limit && IsXmlBlank(text[at])) ++at;
   if (at >= limit || (text[at] != '"' && text[at] != '\'')) return true;
   const size_t quote = text.find(text[at], at + 1);
   if (quote == std::string_view::npos || quote > limit) return true;

@@ -5,6 +5,8 @@
 
 #include <velmora/zem.h>
 
+#include "base/ascii.h"
+
 namespace {
 
 constexpr size_t MAX_QUOTED_BYTES = 64;
@@ -28,7 +30,7 @@ const BaseType* FindBaseType(std::string_view name) {
     bool same = true;
     for (size_t i = 0; i < length && same; ++i) {
       const char c = name[i];
-      same = ((c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c) == type.name[i];
+      same = AsciiLower(c) == type.name[i];
     }
     if (same) return &type;
   }
