@@ -1,8 +1,10 @@
 # The front door. `make run` checks the bundled example schema; `make test` builds and runs every test.
+# `make fuzz` runs each fuzz target for FUZZ_SECONDS.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE ?= examples/game.xml
+FUZZ_SECONDS ?= 60
 
-.PHONY: all deps build run test sanitize-test bench clean
+.PHONY: all deps build run test sanitize-test fuzz bench clean
 
 all: build
 
@@ -23,6 +25,11 @@ sanitize-test: deps
 	cmake --preset sanitize
 	cmake --build --preset sanitize -j $(JOBS)
 	ctest --preset sanitize -j $(JOBS)
+
+fuzz: deps
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	bash fuzz/run.sh $(FUZZ_SECONDS)
 
 bench: deps
 	cmake --preset bench
