@@ -3,9 +3,9 @@
 # otherwise it prints the exact command to run and stops.
 set -euo pipefail
 
-# clang with its libFuzzer runtime (libclang-rt-dev) builds the fuzz targets.
+# clang with its libFuzzer runtime (libclang-rt-dev) builds the fuzz targets; gcovr reports coverage.
 packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev
-          libbenchmark-dev clang libclang-rt-dev)
+          libbenchmark-dev clang libclang-rt-dev gcovr)
 
 missing=()
 for pkg in "${packages[@]}"; do
