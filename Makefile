@@ -4,8 +4,8 @@
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE ?= examples/game.xml
 FUZZ_SECONDS ?= 60
-COVERAGE_LINE_FLOOR ?= 97
-COVERAGE_BRANCH_FLOOR ?= 92
+COVERAGE_LINE_FLOOR = 97
+COVERAGE_BRANCH_FLOOR = 92
 
 .PHONY: all deps build run test sanitize-test fuzz coverage bench clean
 
