@@ -17,7 +17,7 @@ for target in "${targets[@]}"; do
   artifacts="$build/artifacts"
   mkdir -p "$corpus" "$artifacts"
   echo "== ${target}_fuzzer: ${seconds}s"
-  if ! "$binary" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=8192 \
+  if ! "$binary" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=16384 \
       -print_final_stats=1 -dict=fuzz/velmora.dict -artifact_prefix="$artifacts/$target-" \
       "$corpus" "fuzz/corpus/$target" > "$build/$target.log" 2>&1; then
     tail -n 60 "$build/$target.log"
