@@ -69,7 +69,7 @@ done
 if [ "$variant" = shared ]; then
   declare -A public=(
     [wlog]='^(wlog_category_(can_write|logv|vlogv)|WlogPriorityName)\(.*\)$|^Wlog(Memory|Stream|Serialized)Sink::'
-    [zem]='^(zem_get_[a-z0-9_]+|ZemBuildMetaLib|ZemBaseTypeUnitSize|ZemLoadXml(File|Text)|FormatZemLoadMessage(\[abi:cxx11\])?)\(.*\)$|^ZemMetaLibDeleter::operator\(\)'
+    [zem]='^(zem_get_[a-z0-9_]+|ZemBuildMetaLib|ZemBaseTypeUnitSize|ZemLoadXml(File|Text)|Format(ZemLoadMessage|ZemByteSize)(\[abi:cxx11\])?)\(.*\)$|^ZemMetaLibDeleter::operator\(\)'
     [check]='^(CheckResultName|VelmoraVersion|SplitString|RealCmpVersion|StringRemoveSpaces|GetAssignStrFromSourStr|IsDigit|strstri)\(.*\)$|^CheckTable::'
   )
   for lib in wlog zem check; do
