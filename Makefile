@@ -1,8 +1,13 @@
 # The front door. `make run` checks the bundled example schema; `make test` builds and runs every test.
+# `make fuzz` runs each fuzz target for FUZZ_SECONDS; `make coverage` reports the tests' coverage
+# of src/ and fails under the floors below.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 EXAMPLE ?= examples/game.xml
+FUZZ_SECONDS ?= 60
+COVERAGE_LINE_FLOOR = 97
+COVERAGE_BRANCH_FLOOR = 92
 
-.PHONY: all deps configure build run test tidy sanitize-test bench docs clean
+.PHONY: all deps configure build run test tidy sanitize-test tsan-test fuzz coverage bench docs clean
 
 all: build
 
@@ -31,10 +36,34 @@ sanitize-test: deps
 	cmake --build --preset sanitize -j $(JOBS)
 	ctest --preset sanitize -j $(JOBS)
 
+# The tests that check from several threads at once, under ThreadSanitizer.
+tsan-test: deps
+	cmake --preset tsan
+	cmake --build --preset tsan -j $(JOBS)
+	ctest --preset tsan -j $(JOBS)
+
+fuzz: deps
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	bash fuzz/run.sh $(FUZZ_SECONDS)
+
+# Branches that only an exception or a compiler-generated path can take are not counted.
+coverage: deps
+	cmake --preset coverage
+	cmake --build --preset coverage -j $(JOBS)
+	find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage -j $(JOBS)
+	gcovr --root . --object-directory build/coverage --filter 'src/' -j $(JOBS) \
+	  --exclude-directories 'build/coverage/CMakeFiles/[0-9]' \
+	  --exclude-unreachable-branches --exclude-throw-branches \
+	  --fail-under-line $(COVERAGE_LINE_FLOOR) --fail-under-branch $(COVERAGE_BRANCH_FLOOR) \
+	  --print-summary
+
 bench: deps
 	cmake --preset bench
 	cmake --build --preset bench -j $(JOBS)
 	./build/bench/bench/velmora_bench
+	./build/bench/bench/velmora_scaling
 
 # docs/rules.md is the command's own --explain of every code it lists; a test keeps them equal.
 docs: build

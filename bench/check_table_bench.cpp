@@ -1,5 +1,6 @@
 // How fast a schema loads and a table is judged: the bundled example, a large generated schema,
-// and the cost of log lines that a category refuses.
+// the cost of log lines that a category refuses, and the count/refer checks on shared struct
+// types, on a table of many arrays and on a table compared with itself.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -101,5 +102,82 @@ void BM_CheckWithRecordingCategory(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_CheckWithRecordingCategory);
+
+// Levels s0 .. s62, each holding `width` entries of the level below and an array without refer:
+// width^62 paths, each level walked once.
+ZemMetaLibPtr SharedLevels(int width) {
+  ZemMetaLibDef def;
+  for (int level = 0; level < 63; ++level) {
+    ZemMetaDef meta;
+    meta.name = "s" + std::to_string(level);
+    ZemEntryDef array;
+    array.name = "a" + std::to_string(level);
+    array.count = 2;
+    meta.entries.push_back(array);
+    for (int w = 0; w < width && level > 0; ++w) {
+      ZemEntryDef entry;
+      entry.name = "e" + std::to_string(w);
+      entry.type = ZEM_TYPE_STRUCT;
+      entry.type_meta = "s" + std::to_string(level - 1);
+      entry.unit_size = 8;
+      meta.entries.push_back(entry);
+    }
+    def.metas.push_back(std::move(meta));
+  }
+  return ZemBuildMetaLib(def, nullptr);
+}
+
+void BM_CountReferOfSharedLevels(benchmark::State& state) {
+  ZemMetaLibPtr metalib = SharedLevels(static_cast<int>(state.range(0)));
+  LPZEMMETA top = zem_get_meta_by_name(metalib.get(), "s62");
+  for (auto _ : state) {
+    CheckTable checker;
+    std::string report;
+    benchmark::DoNotOptimize(checker.CheckWhetherCountWithRefer(top, report, nullptr));
+  }
+}
+BENCHMARK(BM_CountReferOfSharedLevels)->Arg(2)->Arg(10)->Arg(1000);
+
+// One table of n arrays without refer: every name is looked up in the report and listed.
+ZemMetaLibPtr ArrayTable(int arrays) {
+  ZemMetaLibDef def;
+  ZemMetaDef meta;
+  meta.name = "t";
+  for (int i = 0; i < arrays; ++i) {
+    ZemEntryDef entry;
+    entry.name = "array_" + std::to_string(i);
+    entry.count = 4;
+    meta.entries.push_back(entry);
+  }
+  def.metas.push_back(std::move(meta));
+  return ZemBuildMetaLib(def, nullptr);
+}
+
+void BM_CountReferOfArrays(benchmark::State& state) {
+  ZemMetaLibPtr metalib = ArrayTable(static_cast<int>(state.range(0)));
+  LPZEMMETA table = zem_get_meta_by_name(metalib.get(), "t");
+  for (auto _ : state) {
+    CheckTable checker;
+    std::string report;
+    benchmark::DoNotOptimize(checker.CheckWhetherCountWithRefer(table, report, nullptr));
+  }
+  state.SetComplexityN(state.range(0));
+}
+BENCHMARK(BM_CountReferOfArrays)->RangeMultiplier(2)->Range(1 << 16, 1 << 20)->Complexity();
+
+// A table compared with itself: each new entry is found among the old ones by name.
+void BM_NewEntryCountReferOfItself(benchmark::State& state) {
+  ZemMetaLibPtr metalib = ArrayTable(static_cast<int>(state.range(0)));
+  LPZEMMETA table = zem_get_meta_by_name(metalib.get(), "t");
+  for (auto _ : state) {
+    CheckTable checker;
+    std::string report;
+    benchmark::DoNotOptimize(
+        checker.CheckWhetherNewEntryCountWithRefer(table, table, report, nullptr));
+  }
+  state.SetComplexityN(state.range(0));
+}
+BENCHMARK(BM_NewEntryCountReferOfItself)->RangeMultiplier(2)->Range(1 << 16, 1 << 20)
+    ->Complexity();
 
 }  // namespace

@@ -80,7 +80,7 @@ TEST_F(CheckSplittableKeyTest, PassesTableWithoutSplitKeyLeavingANote) {
 TEST_F(CheckSplittableKeyTest, ReportsSystemErrorForMetaOfNoLibrary) {
   // A meta record placed so that the library derived from it would start at address zero.
   static const char kName[] = "ghost";
-  const uintptr_t header_size = offsetof(tagZEMMetaLib, data);
+  const uintptr_t header_size = sizeof(tagZEMMetaLib);
   tagZEMMeta meta{};
   meta.ptrMeta = static_cast<ZEMPTR>(reinterpret_cast<uintptr_t>(&meta) - header_size);
   meta.ptrName = static_cast<ZEMPTR>(reinterpret_cast<uintptr_t>(kName) - header_size);

@@ -475,6 +475,23 @@ TEST_F(TableTypeAttrTest, ListNumBoundsOnOldServersAreOneAnd1023) {
   }
 }
 
+// The two server version lines carry their own source line in their text; operators and tools
+// have long matched on "(184)" and "(192)", so the statements stay on those lines.
+TEST_F(TableTypeAttrTest, ServerVersionLinesKeepTheSourceLinesTheirTextsHaveAlwaysNamed) {
+  svr_ver_ = "3.40.0.193000";
+  DefineUnmarked("TableType=LIST;ListNum=10000");
+  EXPECT_EQ(Parse(), CHECK_TABLE_SUCCESS);
+  const std::vector<WlogRecord>& lines = log_.lines();
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(lines[lines.size() - 3].text,
+            std::string(kAttrsFile) +
+                "(184)-<CheckTableTypeByCustomAttr>:  m_svr_ver:3.40.0.193000 table:'player'");
+  EXPECT_EQ(lines[lines.size() - 2].text,
+            std::string(kAttrsFile) +
+                "(192)-<CheckTableTypeByCustomAttr>:  m_svr_ver(3.40.0.193000) > "
+                "3.40.0.193000 table:'player'");
+}
+
 TEST_F(TableTypeAttrTest, ListNum10000PassesOnServer3_40_0_193000) {
   svr_ver_ = "3.40.0.193000";
   DefineUnmarked("TableType=LIST;ListNum=10000");

@@ -368,65 +368,65 @@ TEST(CheckTableCommandRules, ReportsOnlyTheArraysTheChangeAddsWithTheOldSchema) 
 
 // ---- Table attributes ----------------------------------------------------------------------
 
-TEST(CheckTableCommandRules, ReportsAFieldMarkOnAGenericTable) {
-  const std::string path = Fixture("table_attrs.xml");
-  const std::string message = "table_type is generic,entry field can't contain customattr2.";
-  const Json table = FailingTable("profile", {path});
-  EXPECT_EQ(table.at("line"), 4);
+// A table whose attributes break one rule: the attribute check fails with its code and message,
+// handing back what it parsed before it failed, and the table is then checked as a generic table.
+struct TableAttrRule {
+  std::string rule;  // the test's name
+  std::string table;
+  int line;
+  int result;
+  std::string code;
+  std::string message;
+  int table_type;
+  int list_num;
+  int sort_field_num;
+  int sort_rule;
+};
+
+class CheckTableCommandTableAttrRules : public ::testing::TestWithParam<TableAttrRule> {};
+
+TEST_P(CheckTableCommandTableAttrRules, ReportsTheRuleAndChecksTheTableAsGeneric) {
+  const TableAttrRule& rule = GetParam();
+  const Json table = FailingTable(rule.table, {Fixture("table_attrs.xml")});
+  EXPECT_EQ(table.at("line"), rule.line);
   const Json& attrs = table.at("checks")[0];
   EXPECT_EQ(attrs.at("check"), "CheckTableTypeByCustomAttr");
-  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
-  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
-  EXPECT_EQ(attrs.at("message"), message);
-  EXPECT_EQ(attrs.at("table_type"), 0);
-  EXPECT_EQ(attrs.at("list_num"), 0);
-  EXPECT_THAT(ErrorLines(attrs), ElementsAre(LogLine{300, "CheckTableTypeByCustomAttr", message}));
+  EXPECT_EQ(attrs.at("result"), rule.result);
+  EXPECT_EQ(attrs.at("code"), rule.code);
+  EXPECT_EQ(attrs.at("message"), rule.message);
+  EXPECT_EQ(attrs.at("table_type"), rule.table_type);
+  EXPECT_EQ(attrs.at("list_num"), rule.list_num);
+  EXPECT_EQ(attrs.at("sort_field_num"), rule.sort_field_num);
+  EXPECT_EQ(attrs.at("sort_rule"), rule.sort_rule);
+  EXPECT_THAT(ErrorLines(attrs),
+              ElementsAre(LogLine{300, "CheckTableTypeByCustomAttr", rule.message}));
   ExpectTableCheck(table.at("checks")[1], 0, CHECK_TABLE_SUCCESS, "CHECK_TABLE_SUCCESS",
-                   "Table dose not have indexs, table:'profile'");
+                   "Table dose not have indexs, table:'" + rule.table + "'");
   ExpectPassingReferCheck(table.at("checks")[2]);
 }
 
-TEST(CheckTableCommandRules, ReportsASortRuleOnAPlainListTable) {
-  const std::string path = Fixture("table_attrs.xml");
-  const std::string message =
-      "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to "
-      "check the entry's customattr2.";
-  const Json table = FailingTable("mailbox", {path});
-  EXPECT_EQ(table.at("line"), 9);
-  const Json& attrs = table.at("checks")[0];
-  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_SYSTEM_ERROR);
-  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_SYSTEM_ERROR");
-  EXPECT_EQ(attrs.at("message"), message);
-  // The parse got as far as the list size before it failed.
-  EXPECT_EQ(attrs.at("table_type"), 1);
-  EXPECT_EQ(attrs.at("list_num"), 100);
-  EXPECT_EQ(attrs.at("sort_field_num"), 0);
-  EXPECT_THAT(ErrorLines(attrs),
-              ElementsAre(LogLine{300, "CheckTableTypeByCustomAttr", message}));
-  // A table whose attributes failed is checked as a generic table.
-  ExpectTableCheck(table.at("checks")[1], 0, CHECK_TABLE_SUCCESS, "CHECK_TABLE_SUCCESS",
-                   "Table dose not have indexs, table:'mailbox'");
-}
+const TableAttrRule kTableAttrRules[] = {
+    {"ReportsAFieldMarkOnAGenericTable", "profile", 4, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+     "CHECK_TABLE_ERROR_SYSTEM_ERROR",
+     "table_type is generic,entry field can't contain customattr2.", 0, 0, 0, 0},
+    // The parse got as far as the list size before it failed.
+    {"ReportsASortRuleOnAPlainListTable", "mailbox", 9, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+     "CHECK_TABLE_ERROR_SYSTEM_ERROR",
+     "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to "
+     "check the entry's customattr2.",
+     1, 100, 0, 0},
+    {"ReportsASortFieldThatIsNotANumber", "leaderboard", 14, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+     "CHECK_TABLE_ERROR_INVALID_PARAMETER",
+     "sortfield(player_name)'s type(21) just support:uint8,uint16,uint32,uint64,int8,int16,"
+     "int32,int64,float,double",
+     2, 100, 1, 1},
+};
 
-TEST(CheckTableCommandRules, ReportsASortFieldThatIsNotANumber) {
-  const std::string path = Fixture("table_attrs.xml");
-  const std::string message =
-      "sortfield(player_name)'s type(21) just support:uint8,uint16,uint32,uint64,int8,int16,"
-      "int32,int64,float,double";
-  const Json table = FailingTable("leaderboard", {path});
-  EXPECT_EQ(table.at("line"), 14);
-  const Json& attrs = table.at("checks")[0];
-  EXPECT_EQ(attrs.at("result"), CHECK_TABLE_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_ERROR_INVALID_PARAMETER");
-  EXPECT_EQ(attrs.at("message"), message);
-  EXPECT_EQ(attrs.at("table_type"), 2);
-  EXPECT_EQ(attrs.at("list_num"), 100);
-  EXPECT_EQ(attrs.at("sort_field_num"), 1);
-  EXPECT_EQ(attrs.at("sort_rule"), 1);
-  EXPECT_THAT(ErrorLines(attrs), ElementsAre(LogLine{300, "CheckTableTypeByCustomAttr", message}));
-  ExpectTableCheck(table.at("checks")[1], 0, CHECK_TABLE_SUCCESS, "CHECK_TABLE_SUCCESS",
-                   "Table dose not have indexs, table:'leaderboard'");
-}
+INSTANTIATE_TEST_SUITE_P(OneTableEach, CheckTableCommandTableAttrRules,
+                         ::testing::ValuesIn(kTableAttrRules),
+                         [](const ::testing::TestParamInfo<TableAttrRule>& param_info) {
+                           return param_info.param.rule;
+                         });
 
 TEST(CheckTableCommandRules, PrintsEachTableAttributeFailureWithItsCode) {
   const std::string path = Fixture("table_attrs.xml");

@@ -1,6 +1,7 @@
 // WLOG: priorities, the category's bounds and gate, formatted writes, the memory and stream sinks,
 // and the event records the checker hands to the category.
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,22 @@ TEST(WlogPriorities, KeepTheirValues) {
   EXPECT_EQ(WLOG_PRIORITY_NOTSET, 900);
   EXPECT_EQ(WLOG_PRIORITY_UNKNOWN, 1000);
   EXPECT_EQ(WLOG_PRIORITY_NULL, -1);
+}
+
+TEST(WlogPriorities, HaveNames) {
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_NULL), "NULL");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_FATAL), "FATAL");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_ALERT), "ALERT");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_CRIT), "CRIT");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_ERROR), "ERROR");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_WARN), "WARN");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_NOTICE), "NOTICE");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_INFO), "INFO");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_DEBUG), "DEBUG");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_TRACE), "TRACE");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_NOTSET), "NOTSET");
+  EXPECT_STREQ(WlogPriorityName(WLOG_PRIORITY_UNKNOWN), "UNKNOWN");
+  EXPECT_STREQ(WlogPriorityName(250), "UNKNOWN");
 }
 
 // ---- Bounds and wlog_category_can_write ---------------------------------------------------
@@ -249,6 +266,28 @@ TEST(WlogMemorySink, AcceptsUpToItsLeastSeverePriority) {
   EXPECT_TRUE(errors.Accepts(WLOG_PRIORITY_FATAL));
   EXPECT_TRUE(errors.Accepts(WLOG_PRIORITY_ERROR));
   EXPECT_FALSE(errors.Accepts(WLOG_PRIORITY_WARN));
+}
+
+TEST(WlogStreamSink, WritesPriorityLocationAndText) {
+  std::ostringstream out;
+  WlogStreamSink sink(out, WLOG_PRIORITY_INFO);
+  tagWLogCategoryInst category = WlogCategoryFor(&sink);
+  const WLOGLOCINFO loc{"src/common/check_table.cpp", 120, "VelmoraCheckTable", nullptr};
+  WLOGEVENT error = EventAt(WLOG_PRIORITY_ERROR, &loc);
+  WLOGEVENT info = EventAt(WLOG_PRIORITY_INFO, nullptr);
+  wlog_category_logv(&category, &error, "bad table '%s'", "t");
+  wlog_category_logv(&category, &info, "%s", "fine");
+  EXPECT_EQ(out.str(),
+            "ERROR src/common/check_table.cpp:120 VelmoraCheckTable: bad table 't'\n"
+            "INFO: fine\n");
+}
+
+TEST(WlogStreamSink, RefusesPrioritiesLessSevereThanItsLimit) {
+  std::ostringstream out;
+  WlogStreamSink sink(out, WLOG_PRIORITY_ERROR);
+  tagWLogCategoryInst category = WlogCategoryFor(&sink);
+  EXPECT_NE(wlog_category_can_write(&category, WLOG_PRIORITY_ERROR, 0, 0), 0);
+  EXPECT_EQ(wlog_category_can_write(&category, WLOG_PRIORITY_INFO, 0, 0), 0);
 }
 
 // ---- What the checker hands to the category -----------------------------------------------

@@ -56,10 +56,10 @@ ZemMetaLibPtr BuildOrNull(std::vector<ZemMetaDef> metas, std::string* error) {
   return ZemBuildMetaLib(def, error);
 }
 
-const char* DataBase(LPZEMMETALIB lib) { return lib->data; }
+const char* DataBase(LPZEMMETALIB lib) { return lib->data(); }
 
 size_t BlockSize(LPZEMMETALIB lib) {
-  return offsetof(tagZEMMetaLib, data) + static_cast<size_t>(lib->iDataSize);
+  return sizeof(tagZEMMetaLib) + static_cast<size_t>(lib->iDataSize);
 }
 
 // ---- Lookups ------------------------------------------------------------------------------
@@ -713,7 +713,7 @@ TEST(ZemRelocation, ACopyOfTheBlockAnswersEveryQueryOnItsOwn) {
   LPZEMMETA meta = zem_get_meta_by_name(copy, "player");
   ASSERT_NE(meta, nullptr);
   EXPECT_EQ(zem_meta_metalib(meta), copy);
-  EXPECT_EQ(zem_meta_data_base(meta), copy->data);
+  EXPECT_EQ(zem_meta_data_base(meta), copy->data());
   EXPECT_STREQ(zem_get_meta_name(meta), "player");
   EXPECT_STREQ(zem_get_meta_customattr2(meta), "TableType=GENERIC;ListNum=10");
   ASSERT_EQ(zem_get_entry_num(meta), 6);

@@ -3,17 +3,24 @@
 // table (a meta) and returns 0 or a negative enCheckModifyTableError; the reason is left in the
 // error buffer (GetErrType) and written to the caller's log category.
 //
-// One object may check any number of tables in turn; it must not be used by two threads at once.
+// Every check accepts a NULL log_handle: it then fills the error buffer and returns its result as
+// always, and logs nothing. The metalib and the log category belong to the caller and are only
+// read.
+//
+// Threads: one object may check any number of tables in turn; it must not be used by two threads
+// at once. Several threads may each check with their own object, on one shared metalib and one
+// shared log category whose sink is safe for concurrent writers (see WlogSerializedSink).
 #ifndef VELMORA_CHECK_TABLE_H_
 #define VELMORA_CHECK_TABLE_H_
 
 #include <string>
 
 #include <velmora/check_table_error.h>
+#include <velmora/export.h>
 #include <velmora/wlog.h>
 #include <velmora/zem.h>
 
-class CheckTable {
+class VELMORA_API CheckTable {
  public:
   // Zero-fills the error buffer; no server version.
   CheckTable();
@@ -28,32 +35,38 @@ class CheckTable {
   // Checks one table: its name, kind (0 generic, 1 list), primary key, key count against old
   // proxies, value fields, split table key, indexes, field names and field sizes, in that order,
   // stopping at the first failure. restProxyMinVer may be "none" when no REST proxy serves the
-  // table; an empty svrMinVersion skips the field size limits.
+  // table; an empty svrMinVersion skips the field size limits. A NULL metalib or metaname gives
+  // CHECK_TABLE_ERROR_INVALID_PARAMETER.
   int VelmoraCheckTable(LPZEMMETALIB metalib, const char* metaname, const int table_type,
                         LPWLOGCATEGORYINST log_handle, const std::string& svrMinVersion,
                         const std::string& proxyMinVersion, const std::string& restProxyMinVer);
 
-  // The message of the last check that wrote one (a success may leave an older message).
+  // The message of the last check that wrote one (a success may leave an older message). Never
+  // NULL; the text lives in this object and changes with its next check.
   const char* GetErrType() const { return m_szErrorType; }
 
   // Parses the table's custom attribute string: data protocol, table type (0 generic, 1 list,
   // 2 sorted list), list size, sort field count and sort rule, and checks the fields' sort marks.
-  // Returns ERROR_OLD_TABLE_DEFINE for a table without such attributes. data_protocol must hold at
-  // least 6 bytes.
+  // Returns ERROR_OLD_TABLE_DEFINE for a table without such attributes, and
+  // CHECK_TABLE_ERROR_INVALID_PARAMETER for a NULL metalib or metaname. data_protocol must hold at
+  // least 6 bytes, or be NULL when the caller does not want the protocol back.
   int CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* metaname, int& table_type,
                                  int& list_num, int& sort_field_num, int& sort_rule,
                                  char* data_protocol, bool check_data_protocol,
                                  LPWLOGCATEGORYINST log_handle);
 
   // Table name rules: not empty, no leading digit, only letters, digits and '_', at most 31 bytes.
+  // A NULL metaname is judged as an empty name.
   int CheckTableNameValidity(const char* metaname, LPWLOGCATEGORYINST log_handle);
 
   // Every array (count above 1) of the table, and of the structs it contains, has a refer field.
-  // Offending names are appended to strResult, which the caller owns.
+  // Offending names are appended to strResult, which the caller owns. A NULL table_meta gives
+  // CHECK_TABLE_ERROR_INVALID_PARAMETER.
   int CheckWhetherCountWithRefer(LPZEMMETA table_meta, std::string& strResult,
                                  LPWLOGCATEGORYINST log_handle);
 
-  // The same rule for what a change adds: only fields that old_meta does not have are judged.
+  // The same rule for what a change adds: only fields that old_meta does not have are judged. A
+  // NULL old_meta or new_meta gives CHECK_TABLE_ERROR_INVALID_PARAMETER.
   int CheckWhetherNewEntryCountWithRefer(LPZEMMETA old_meta, LPZEMMETA new_meta,
                                          std::string& strResult, LPWLOGCATEGORYINST log_handle);
 
@@ -106,8 +119,8 @@ class CheckTable {
   int CheckWhetherExistEntry(const char* entry_name, LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
   int CheckWhetherPrimaryKey(const char* entry_name, LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
   int CheckWhetherIndex(const char* entry_name, LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
-  int CheckWhetherColumnField(const char* szFieldName, LPZEMMETAINDEX pstIndex, LPZEMMETA pstTabMeta,
-                              LPWLOGCATEGORYINST log_handle);
+  int CheckWhetherColumnField(const char* szFieldName, LPZEMMETAINDEX pstIndex,
+                              LPZEMMETA pstTabMeta, LPWLOGCATEGORYINST log_handle);
 
   // Fields.
   int CheckValueField(LPZEMMETA meta, int table_type, const std::string& svrMinVersion,
@@ -130,10 +143,6 @@ class CheckTable {
   int CheckFieldNamesDiffer(int i, const char* entry_name, int j, const char* cmp_entry_name,
                             LPWLOGCATEGORYINST log_handle);
   int CheckStringWithCount(LPZEMMETA meta, std::string& strResult, LPWLOGCATEGORYINST log_handle);
-  int CheckCountWithReferAt(LPZEMMETA table_meta, std::string& strResult,
-                            LPWLOGCATEGORYINST log_handle, int depth);
-  int CheckNewEntryCountWithReferAt(LPZEMMETA old_meta, LPZEMMETA new_meta, std::string& strResult,
-                                    LPWLOGCATEGORYINST log_handle, int depth);
 
   // Table type attributes, and the steps of CheckTableTypeByCustomAttr.
   struct CustomAttrCall;

@@ -3,6 +3,8 @@
 #ifndef VELMORA_CHECK_TABLE_ERROR_H_
 #define VELMORA_CHECK_TABLE_ERROR_H_
 
+#include <velmora/export.h>
+
 enum enCheckModifyTableError {
   CHECK_TABLE_SUCCESS = 0,
   CHECK_TABLE_ERROR_INVALID_PARAMETER = -1,
@@ -67,7 +69,8 @@ enum {
   VELMORA_SORT_LIST_SPECIAL_VERSION = 1000000,
 };
 
-// The name of a result code ("ERROR_INDEX_FIELD"), or NULL for a value that is not one.
-const char* CheckResultName(int code);
+// The name of a result code ("ERROR_INDEX_FIELD"), or NULL for a value that is not one. The text
+// is static.
+VELMORA_API const char* CheckResultName(int code);
 
 #endif  // VELMORA_CHECK_TABLE_ERROR_H_

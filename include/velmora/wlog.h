@@ -1,12 +1,20 @@
 // WLOG: the log category through which the checker reports. A category has two optional priority
 // bounds that callers may read directly, and a sink that receives the lines the category writes.
+//
+// Threads: several threads may write through one category at once when its sink is safe for
+// concurrent writers (wrap any sink in a WlogSerializedSink) and nobody changes the category's
+// bounds or sink meanwhile.
 #ifndef VELMORA_WLOG_H_
 #define VELMORA_WLOG_H_
 
 #include <cstdarg>
 #include <cstddef>
+#include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
+
+#include <velmora/export.h>
 
 // Priorities: a smaller number is more severe.
 enum tagWLOG_PRIORITY {
@@ -32,8 +40,9 @@ typedef struct wlog_loc_info_t {
   void* loc_data;
 } WLOGLOCINFO;
 
-// One line on its way to the category. The caller sets the priority, the location and the three
-// zero fields; the library fills the message and its length, type and version.
+// One line on its way to the category. The caller sets the priority, the location (or NULL: no
+// location) and the three zero fields; the library fills the message and its length, type and
+// version.
 typedef struct tagWlogEvent {
   int evt_priority;
   const char* evt_msg;
@@ -46,8 +55,10 @@ typedef struct tagWlogEvent {
   int evt_version;
 } WLOGEVENT;
 
-// Receives the lines a category writes. Accepts() is asked before anything is formatted.
-class WlogSink {
+// Receives the lines a category writes. Accepts() is asked before anything is formatted. Write()
+// gets the formatted line in event.evt_msg (evt_msg_len bytes), valid only during the call: a
+// sink that keeps the line copies it.
+class VELMORA_API WlogSink {
  public:
   virtual ~WlogSink() = default;
   virtual bool Accepts(int priority) const = 0;
@@ -66,16 +77,23 @@ struct tagWLogCategoryInst {
 };
 typedef tagWLogCategoryInst* LPWLOGCATEGORYINST;
 
-// Returns non-zero when the category would write a line of this priority (bounds and sink agree).
-int wlog_category_can_write(LPWLOGCATEGORYINST handle, int priority, int id, int cls);
+// Returns non-zero when the category would write a line of this priority: its bounds let the
+// priority through and its sink accepts it. Returns 0 for a NULL handle and for a category without
+// a sink. id and cls are not used.
+VELMORA_API int wlog_category_can_write(LPWLOGCATEGORYINST handle, int priority, int id, int cls);
 
-// Formats one line and hands it to the category's sink. Returns 0 when written, -1 otherwise.
-int wlog_category_logv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+// Formats one line and hands it to the category's sink; it does not ask the bounds or the sink
+// again, so callers ask wlog_category_can_write first. Returns 0 when written. Returns -1, writing
+// nothing and leaving *event alone, for a NULL handle, event or format, a category without a sink,
+// or a format that fails. While the sink runs, event->evt_msg points at the formatted line; on
+// return it is NULL again and evt_msg_len, evt_type and evt_version keep what the line had.
+VELMORA_API int wlog_category_logv(LPWLOGCATEGORYINST handle, WLOGEVENT* event,
+                                   const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 // The same with the arguments already collected.
-int wlog_category_vlogv(LPWLOGCATEGORYINST handle, WLOGEVENT* event, const char* format,
-                        va_list args) __attribute__((format(printf, 3, 0)));
+VELMORA_API int wlog_category_vlogv(LPWLOGCATEGORYINST handle, WLOGEVENT* event,
+                                    const char* format, va_list args)
+    __attribute__((format(printf, 3, 0)));
 
 // ---- The memory sink: it keeps the lines in memory, where the JSON report and the tests read
 // them.
@@ -89,14 +107,16 @@ struct WlogRecord {
 };
 
 // Keeps every line it accepts, in order. Lines whose priority is above max_priority (less severe)
-// are refused before they are formatted.
-class WlogMemorySink : public WlogSink {
+// are refused before they are formatted. Not safe for concurrent writers on its own.
+class VELMORA_API WlogMemorySink : public WlogSink {
  public:
   explicit WlogMemorySink(int max_priority = WLOG_PRIORITY_UNKNOWN) : m_max_priority(max_priority) {}
 
   bool Accepts(int priority) const override { return priority <= m_max_priority; }
   void Write(const WLOGEVENT& event) override;
 
+  // The lines so far; the reference stays valid as long as the sink, and its contents change with
+  // the next Write, Clear or TakeRecords.
   const std::vector<WlogRecord>& records() const { return m_records; }
   // Hands the lines over to the caller and leaves the sink empty.
   std::vector<WlogRecord> TakeRecords() {
@@ -111,7 +131,41 @@ class WlogMemorySink : public WlogSink {
   std::vector<WlogRecord> m_records;
 };
 
-// A category that writes every line at every priority to the sink: no bounds are set.
+// Writes "PRIORITY file:line function: text" lines to a stream ("PRIORITY: text" for a line
+// without location). The stream must outlive the sink. Not safe for concurrent writers on its own.
+class VELMORA_API WlogStreamSink : public WlogSink {
+ public:
+  WlogStreamSink(std::ostream& out, int max_priority) : m_out(out), m_max_priority(max_priority) {}
+
+  bool Accepts(int priority) const override { return priority <= m_max_priority; }
+  void Write(const WLOGEVENT& event) override;
+
+ private:
+  std::ostream& m_out;
+  int m_max_priority;
+};
+
+// Makes any sink safe for concurrent writers: every call reaches the wrapped sink under one mutex,
+// so lines from several threads arrive whole, one after another. The wrapped sink must outlive
+// this one; read it only when no thread writes any more.
+class VELMORA_API WlogSerializedSink : public WlogSink {
+ public:
+  explicit WlogSerializedSink(WlogSink& sink) : m_sink(sink) {}
+
+  bool Accepts(int priority) const override;
+  void Write(const WLOGEVENT& event) override;
+
+ private:
+  WlogSink& m_sink;
+  mutable std::mutex m_mutex;
+};
+
+// The name of a priority ("ERROR", "INFO", ...), or "UNKNOWN" for a value that is not one. The
+// text is static.
+VELMORA_API const char* WlogPriorityName(int priority);
+
+// A category that writes every line at every priority to the sink: no bounds are set. A NULL sink
+// gives a category that writes nothing.
 inline tagWLogCategoryInst WlogCategoryFor(WlogSink* sink) {
   tagWLogCategoryInst category;
   category.pstSink = sink;

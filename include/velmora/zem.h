@@ -4,15 +4,24 @@
 //
 // Offsets and their bases:
 //   - names, entries, metas and texts: from the library data base, which is the address of a
-//     meta minus its ptrMeta (or the address of tagZEMMetaLib::data);
+//     meta minus its ptrMeta (or tagZEMMetaLib::data(), the first byte after the library header);
 //   - a meta's primary key array, entry table, index array and each index's column array: from
 //     the address of the meta that owns them.
 // Arrays are contiguous records of fixed size. Handles are read-only views into the block.
+//
+// Lifetime: every handle, name and text the operations below return points into the metalib's
+// block and stays valid exactly as long as that block (for a loaded or built metalib, until its
+// ZemMetaLibPtr releases it). Nothing is copied and nothing needs to be freed.
+//
+// Threads: the operations only read the block, so any number of threads may use one metalib at
+// once, as long as none of them modifies or frees it meanwhile.
 #ifndef VELMORA_ZEM_H_
 #define VELMORA_ZEM_H_
 
 #include <cstddef>
 #include <cstdint>
+
+#include <velmora/export.h>
 
 typedef int64_t ZEMPTR;
 constexpr ZEMPTR ZEMPTR_NONE = -1;
@@ -115,7 +124,8 @@ struct tagZEMMacro {
   int32_t iValue;
 };
 
-// The library header; its data area follows it directly.
+// The library header; its data area of iDataSize bytes follows it directly, so the data area
+// begins sizeof(tagZEMMetaLib) bytes after the header's address.
 struct tagZEMMetaLib {
   uint32_t uMagic;
   int32_t iVersion;
@@ -126,8 +136,14 @@ struct tagZEMMetaLib {
   ZEMPTR ptrMetaTable;   // iMetaNum meta offsets in definition order
   ZEMPTR ptrMetaByName;  // the same offsets ordered by name (strcmp) for lookups
   ZEMPTR ptrMacros;      // iMacroNum tagZEMMacro ordered by name
-  alignas(8) char data[];
+
+  // The first byte of the data area: the library data base.
+  const char* data() const { return reinterpret_cast<const char*>(this + 1); }
+  char* data() { return reinterpret_cast<char*>(this + 1); }
 };
+static_assert(sizeof(tagZEMMetaLib) == 56, "the library header is 56 bytes");
+static_assert(sizeof(tagZEMMetaLib) % alignof(int64_t) == 0,
+              "the data area that follows the header is aligned for its 8-byte offsets");
 
 constexpr uint32_t ZEM_METALIB_MAGIC = 0x5a454d4cu;  // "ZEML"
 
@@ -135,6 +151,8 @@ typedef const tagZEMMetaLib* LPZEMMETALIB;
 typedef const tagZEMMeta* LPZEMMETA;
 typedef const tagZEMMetaEntry* LPZEMMETAENTRY;
 typedef const tagZEMMetaIndex* LPZEMMETAINDEX;
+
+// The helpers below take handles that are not NULL and read the records directly.
 
 // The start of the data area that a meta's data-base offsets are resolved against.
 inline const char* zem_meta_data_base(LPZEMMETA meta) {
@@ -146,7 +164,7 @@ inline const char* zem_meta_data_base(LPZEMMETA meta) {
 // is not inside any library may yield NULL here; callers test for it.
 inline LPZEMMETALIB zem_meta_metalib(LPZEMMETA meta) {
   return reinterpret_cast<LPZEMMETALIB>(reinterpret_cast<uintptr_t>(zem_meta_data_base(meta)) -
-                                        offsetof(tagZEMMetaLib, data));
+                                        sizeof(tagZEMMetaLib));
 }
 
 // The record at a data-base offset, and at an offset from a meta.
@@ -175,38 +193,53 @@ inline const char* zem_index_name(LPZEMMETA meta, LPZEMMETAINDEX index) {
 }
 
 // ---- Library operations -------------------------------------------------------------------
+// Every operation accepts NULL for any handle or name and then answers "nothing": NULL for a
+// handle or text, 0 for a number (-1 for a type code, which has no "none" of its own), -1 for a
+// status. Texts are NUL-terminated and live in the metalib's block (see Lifetime above).
 
-// The meta of this name (exact match), or NULL.
-LPZEMMETA zem_get_meta_by_name(LPZEMMETALIB metalib, const char* name);
-// The meta's name.
-const char* zem_get_meta_name(LPZEMMETA meta);
-// The number of entries (may be below 1 in a model built by hand).
-int zem_get_entry_num(LPZEMMETA meta);
-// Entry idx (0-based), or NULL when idx is out of range or the slot is empty.
-LPZEMMETAENTRY zem_get_entry_by_index(LPZEMMETA meta, int idx);
-const char* zem_get_entry_name(LPZEMMETAENTRY entry);
-int zem_get_entry_type(LPZEMMETAENTRY entry);
-int zem_get_entry_count(LPZEMMETAENTRY entry);
-// The entry that holds the array's length, or NULL when none is declared.
-LPZEMMETAENTRY zem_get_entry_refer(LPZEMMETAENTRY entry);
-size_t zem_get_entry_unitsize(LPZEMMETAENTRY entry);
-// The meta of a struct or union entry, or NULL.
-LPZEMMETA zem_get_entry_type_meta(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
-// The entry's custom attribute text, or NULL when it has none.
-const char* zem_get_entry_customattr2(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
-// The meta's custom attribute text, or NULL when it has none.
-const char* zem_get_meta_customattr2(LPZEMMETA meta);
-// Copies the split table key's field names, joined by ",", into buffer. Returns 0; or -1 when the
-// text and its terminator do not fit, leaving the buffer empty and *err_str pointing at the reason.
-int zem_get_meta_splittablekey(LPZEMMETA meta, char* buffer, size_t buffer_size,
-                               const char** err_str);
+// The meta of this name (exact match), or NULL; NULL too for a NULL metalib or name.
+VELMORA_API LPZEMMETA zem_get_meta_by_name(LPZEMMETALIB metalib, const char* name);
+// The meta's name; NULL for a NULL meta.
+VELMORA_API const char* zem_get_meta_name(LPZEMMETA meta);
+// The number of entries (may be below 1 in a model built by hand); 0 for a NULL meta.
+VELMORA_API int zem_get_entry_num(LPZEMMETA meta);
+// Entry idx (0-based), or NULL when idx is out of range, the slot is empty or meta is NULL.
+VELMORA_API LPZEMMETAENTRY zem_get_entry_by_index(LPZEMMETA meta, int idx);
+// The entry's name; NULL for a NULL entry.
+VELMORA_API const char* zem_get_entry_name(LPZEMMETAENTRY entry);
+// The entry's ZemTypeCode; -1 for a NULL entry.
+VELMORA_API int zem_get_entry_type(LPZEMMETAENTRY entry);
+// 1 for a scalar, above 1 for a fixed array, 0 for a variable array; 0 for a NULL entry.
+VELMORA_API int zem_get_entry_count(LPZEMMETAENTRY entry);
+// The entry that holds the array's length, or NULL when none is declared or entry is NULL.
+VELMORA_API LPZEMMETAENTRY zem_get_entry_refer(LPZEMMETAENTRY entry);
+// Bytes of one element; 0 for a NULL entry.
+VELMORA_API size_t zem_get_entry_unitsize(LPZEMMETAENTRY entry);
+// The meta of a struct or union entry, or NULL (no such meta, or a NULL argument). metalib is the
+// library that owns the entry.
+VELMORA_API LPZEMMETA zem_get_entry_type_meta(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
+// The entry's custom attribute text, or NULL when it has none or an argument is NULL. metalib is
+// the library that owns the entry.
+VELMORA_API const char* zem_get_entry_customattr2(LPZEMMETALIB metalib, LPZEMMETAENTRY entry);
+// The meta's custom attribute text, or NULL when it has none or meta is NULL.
+VELMORA_API const char* zem_get_meta_customattr2(LPZEMMETA meta);
+// Copies the split table key's field names, joined by "," (empty when the meta declares none),
+// into buffer. Returns 0. Returns -1 when the text and its terminator do not fit (the buffer is
+// left empty) and when meta or buffer is NULL or buffer_size is 0 (the buffer is not touched).
+// On -1, *err_str points at the reason, unless err_str is NULL; on 0, *err_str is not touched.
+// The reason is kept per thread and stays valid until this thread's next failing call.
+VELMORA_API int zem_get_meta_splittablekey(LPZEMMETA meta, char* buffer, size_t buffer_size,
+                                           const char** err_str);
 // Writes the macro's value to *value and returns 0; returns -1 and leaves *value alone when the
-// library has no macro of that name.
-int zem_get_macro_value(int* value, LPZEMMETALIB metalib, const char* name);
-int zem_get_metalib_version(LPZEMMETALIB metalib);
-const char* zem_get_metalib_name(LPZEMMETALIB metalib);
-// The number of metas and meta idx in definition order.
-int zem_get_meta_num(LPZEMMETALIB metalib);
-LPZEMMETA zem_get_meta_by_index(LPZEMMETALIB metalib, int idx);
+// library has no macro of that name or an argument is NULL.
+VELMORA_API int zem_get_macro_value(int* value, LPZEMMETALIB metalib, const char* name);
+// The library's version; 0 for a NULL metalib.
+VELMORA_API int zem_get_metalib_version(LPZEMMETALIB metalib);
+// The library's name; NULL for a NULL metalib.
+VELMORA_API const char* zem_get_metalib_name(LPZEMMETALIB metalib);
+// The number of metas (0 for a NULL metalib), and meta idx in definition order (NULL when idx is
+// out of range or metalib is NULL).
+VELMORA_API int zem_get_meta_num(LPZEMMETALIB metalib);
+VELMORA_API LPZEMMETA zem_get_meta_by_index(LPZEMMETALIB metalib, int idx);
 
 #endif  // VELMORA_ZEM_H_

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include <velmora/export.h>
 #include <velmora/zem.h>
 
 struct ZemEntryDef {
@@ -57,17 +58,18 @@ struct ZemMetaLibDef {
   std::vector<ZemMetaDef> metas;
 };
 
-struct ZemMetaLibDeleter {
+struct VELMORA_API ZemMetaLibDeleter {
   void operator()(tagZEMMetaLib* metalib) const;
 };
 typedef std::unique_ptr<tagZEMMetaLib, ZemMetaLibDeleter> ZemMetaLibPtr;
 
 // Lays the description out as one block. Returns NULL and sets *error when a name it must resolve
 // (a key member, split key entry, index column, refer or type meta) is missing, when two metas
-// share a name, or when an override exceeds what was given.
-ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error);
+// share a name, or when an override exceeds what was given (error may be NULL: no reason is
+// kept). The block belongs to the returned pointer and is freed with it.
+VELMORA_API ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error);
 
 // The unit size of a base type code, for a string or wstring of the given declared size.
-uint32_t ZemBaseTypeUnitSize(int type, uint32_t declared_size);
+VELMORA_API uint32_t ZemBaseTypeUnitSize(int type, uint32_t declared_size);
 
 #endif  // VELMORA_ZEM_BUILDER_H_

@@ -1,16 +1,46 @@
 // Loads a ZEM XML schema file into a metalib. The loader rejects only what it cannot build (bad
-// XML, an unknown type, a key or refer naming no field, a size beyond 2147483647 bytes, ...);
-// everything the table checks judge loads, so that the checks can report it in their own words.
+// XML, an unknown type, a key or refer naming no field, a size beyond 2147483647 bytes, ...) and
+// what passes one of its named limits; everything the table checks judge loads, so that the checks
+// can report it in their own words.
 #ifndef VELMORA_ZEM_XML_LOADER_H_
 #define VELMORA_ZEM_XML_LOADER_H_
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
+#include <velmora/export.h>
 #include <velmora/zem_builder.h>
 
+// ---- Limits ----------------------------------------------------------------------------------
+// Each is named, with its value, in the message of a file that passes it.
+
+// The largest input read by default: 64 MiB. A load option raises or lowers it.
+constexpr uint64_t ZEM_DEFAULT_MAX_INPUT_BYTES = uint64_t{64} << 20;
+// Bytes of a struct, union or entry name.
+constexpr size_t ZEM_MAX_NAME_BYTES = 127;
+// Bytes of an entry's customattr2.
+constexpr size_t ZEM_MAX_ENTRY_CUSTOMATTR2_BYTES = 2047;
+// Bytes of an entry (unit size times count) and of a struct or union.
+constexpr int64_t ZEM_MAX_SIZE_BYTES = INT32_MAX;
+// Members of a primary key.
+constexpr size_t ZEM_MAX_KEY_MEMBERS = INT16_MAX;
+// Columns of an index: its columns are key members, of which a table has no more.
+constexpr size_t ZEM_MAX_INDEX_COLUMNS = ZEM_MAX_KEY_MEMBERS;
+// Warnings of one kind listed for a file; the rest are counted in one more warning.
+constexpr size_t ZEM_MAX_WARNINGS_PER_KIND = 100;
+
+struct ZemLoadOptions {
+  // A regular file larger than this is refused before it is read; a stream (a pipe, a device)
+  // when it passes it. Text already in memory is refused when it is larger.
+  uint64_t max_input_bytes = ZEM_DEFAULT_MAX_INPUT_BYTES;
+  // How a user sets max_input_bytes, named in the message that refuses a larger input.
+  std::string max_input_setting = "the load option max_input_bytes";
+};
+
 // A load error or warning. line and column are 1-based; 0 when the file has no position for it
-// (a file that cannot be read).
+// (a file that cannot be read, a count of warnings left out).
 struct ZemLoadMessage {
   std::string file;
   int line = 0;
@@ -34,15 +64,22 @@ struct ZemLoadResult {
   std::vector<ZemMetaInfo> metas;        // set when ok
 };
 
-// Reads and loads a schema file. A file declared in a legacy encoding (GBK, ...) is transcoded to
-// UTF-8 first; names and texts reach the model as UTF-8 bytes.
-ZemLoadResult ZemLoadXmlFile(const std::string& path);
+// Reads and loads a schema file: a regular file, or a stream read in blocks. A file declared in a
+// legacy encoding (GBK, ...) is transcoded to UTF-8 first; names and texts reach the model as UTF-8
+// bytes. A NUL byte, an XML declaration that is not at the very start, and an encoding the file's
+// bytes contradict are load errors.
+VELMORA_API ZemLoadResult ZemLoadXmlFile(const std::string& path,
+                                         const ZemLoadOptions& options = {});
 
 // Loads schema text already in memory; file_name is used in messages only.
-ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& text);
+VELMORA_API ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& text,
+                                         const ZemLoadOptions& options = {});
 
 // "FILE:LINE:COL: KIND: TEXT" ("FILE: KIND: TEXT" without a position), KIND being "error" or
 // "warning".
-std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind);
+VELMORA_API std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind);
+
+// A number of bytes as limits are named: "64 MiB", "512 KiB", "1 GiB", or "1000 bytes".
+VELMORA_API std::string FormatZemByteSize(uint64_t bytes);
 
 #endif  // VELMORA_ZEM_XML_LOADER_H_

@@ -8,4 +8,7 @@ inline char AsciiLower(char c) {
   return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+// The white space of XML: blank, tab, carriage return and line feed.
+inline bool IsXmlBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 #endif  // VELMORA_BASE_ASCII_H_

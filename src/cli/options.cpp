@@ -1,11 +1,14 @@
 #include "cli/options.h"
 
 #include <CLI/CLI.hpp>
+
+#include "cli/rules.h"
+#include "cli/short_names.h"
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 
-#include "cli/rules.h"
+#include <velmora/version.h>
 
 namespace {
 
@@ -46,7 +49,49 @@ const char* const kFooter =
     "  velmora-check-table examples/game.xml\n"
     "  velmora-check-table -t player -t mail --server-version 3.40.0.193000 game.xml\n"
     "  velmora-check-table --old game-before.xml --format json game.xml\n"
-    "  velmora-check-table --explain ERROR_INDEX_FIELD";
+    "  velmora-check-table --explain ERROR_INDEX_FIELD\n"
+    "\n";
+
+// The limits the command works within, each named in the message of an input that passes it.
+std::string LimitsText() {
+  return "Limits:\n"
+         "  input size    " + FormatZemByteSize(ZEM_DEFAULT_MAX_INPUT_BYTES) +
+         " per schema file unless --max-input-size says otherwise; a larger\n"
+         "                regular file is refused before it is read, a pipe or device once it\n"
+         "                passes the limit\n"
+         "  names         struct, union and entry names of at most " +
+         std::to_string(ZEM_MAX_NAME_BYTES) + " bytes\n"
+         "  customattr2   at most " + std::to_string(ZEM_MAX_ENTRY_CUSTOMATTR2_BYTES) +
+         " bytes on an entry\n"
+         "  sizes         entries, structs and unions of at most " +
+         std::to_string(ZEM_MAX_SIZE_BYTES) + " bytes\n"
+         "  primary key   at most " + std::to_string(ZEM_MAX_KEY_MEMBERS) + " members\n"
+         "  index         at most " + std::to_string(ZEM_MAX_INDEX_COLUMNS) + " columns\n"
+         "  struct depth  the count/refer checks follow struct entries at most 64 levels deep\n"
+         "  warnings      at most " + std::to_string(ZEM_MAX_WARNINGS_PER_KIND) +
+         " of one kind are listed per file; one more line counts the rest\n"
+         "  text report   names longer than " + std::to_string(kShownNameBytes) +
+         " bytes are shown shortened, with their length\n"
+         "                (JSON keeps every text whole)";
+}
+
+// Why a --max-input-size value is refused, or "" when it is accepted.
+std::string SizeError(const std::string& text) {
+  if (ParseByteSize(text)) return std::string();
+  return "'" + text + "' is not a size: a whole number of bytes of at least 1, optionally " +
+         "followed by K, M or G";
+}
+
+// --max-input-size SIZE: the largest schema file read.
+void AddMaxInputSizeOption(CLI::App& app, CheckOptions& options) {
+  app.add_option_function<std::string>(
+         "--max-input-size",
+         [&options](const std::string& text) { options.max_input_bytes = *ParseByteSize(text); },
+         "Largest schema file read, in bytes or with K, M or G; default: " +
+             FormatZemByteSize(ZEM_DEFAULT_MAX_INPUT_BYTES))
+      ->type_name("SIZE")
+      ->check(CLI::Validator(SizeError, ""));
+}
 
 // Why a --kind value is refused, or "" when it is accepted.
 std::string KindError(const std::string& text) {
@@ -83,6 +128,33 @@ void AddRulesReferenceOptions(CLI::App& app, std::string* reference) {
 
 }  // namespace
 
+std::optional<uint64_t> ParseByteSize(const std::string& text) {
+  size_t digits = 0;
+  while (digits < text.size() && text[digits] >= '0' && text[digits] <= '9') ++digits;
+  if (digits == 0 || text.size() - digits > 1) return std::nullopt;
+  unsigned shift = 0;
+  if (digits < text.size()) {
+    const char unit = text[digits];
+    if (unit == 'K' || unit == 'k') {
+      shift = 10;
+    } else if (unit == 'M' || unit == 'm') {
+      shift = 20;
+    } else if (unit == 'G' || unit == 'g') {
+      shift = 30;
+    } else {
+      return std::nullopt;
+    }
+  }
+  uint64_t value = 0;
+  for (size_t i = 0; i < digits; ++i) {
+    const uint64_t digit = static_cast<uint64_t>(text[i] - '0');
+    if (value > (UINT64_MAX - digit) / 10) return std::nullopt;
+    value = value * 10 + digit;
+  }
+  if (value == 0 || value > (UINT64_MAX >> shift)) return std::nullopt;
+  return value << shift;
+}
+
 std::optional<int> ParseTableKind(const std::string& text) {
   if (text == "generic") return 0;
   if (text == "list") return 1;
@@ -107,7 +179,9 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   std::string old_path;
 
   CLI::App app(kDescription, "velmora-check-table");
-  app.footer(kFooter);
+  app.footer(kFooter + LimitsText());
+  app.set_version_flag("--version", std::string("velmora-check-table ") + VelmoraVersion(),
+                       "Print the version and exit");
   app.add_option("SCHEMA", options.schema_path, "The ZEM XML schema file to check")
       ->required()
       ->type_name("SCHEMA.xml");
@@ -139,6 +213,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   app.add_option("-f,--format", format_text, "Report format: text (default) or json")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "json"}));
+  AddMaxInputSizeOption(app, options);
   std::string reference;
   AddRulesReferenceOptions(app, &reference);
 

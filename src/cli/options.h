@@ -2,10 +2,13 @@
 #ifndef VELMORA_CLI_OPTIONS_H_
 #define VELMORA_CLI_OPTIONS_H_
 
+#include <cstdint>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include <velmora/zem_xml_loader.h>
 
 enum class ReportFormat { kText, kJson };
 
@@ -20,6 +23,7 @@ struct CheckOptions {
   bool require_data_protocol = false;
   std::optional<std::string> old_schema_path;
   ReportFormat format = ReportFormat::kText;
+  uint64_t max_input_bytes = ZEM_DEFAULT_MAX_INPUT_BYTES;  // of each schema file
 };
 
 // The outcome of reading the command line: either options to run with, or an exit status after
@@ -37,5 +41,9 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
 // A --kind value: "generic" is 0, "list" is 1, a decimal integer within the int range is itself.
 // Anything else has no value.
 std::optional<int> ParseTableKind(const std::string& text);
+
+// A --max-input-size value: a whole number of bytes, optionally followed by K, M or G (1024, 1024^2
+// or 1024^3 bytes, either letter case); at least 1 byte. Anything else has no value.
+std::optional<uint64_t> ParseByteSize(const std::string& text);
 
 #endif  // VELMORA_CLI_OPTIONS_H_

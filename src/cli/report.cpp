@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
+#include "cli/short_names.h"
 #include "cli/utf8.h"
 #include <velmora/check_table_error.h>
 
@@ -36,27 +39,30 @@ const std::string& HeadlineMessage(const CheckRun& check) {
 // every failing check. A later check that fails for another reason adds its own message and code
 // before its lines. A line that repeats the headline or its own check's message (the entry point's
 // wrapping line, a table name rule that both the attribute check and the entry point apply) is
-// left out.
-void WriteFailedTable(const std::string& place, const TableRun& table, std::ostream& out) {
+// left out. Long names are shown shortened, so that every reason stays on screen.
+void WriteFailedTable(const std::string& place, const TableRun& table,
+                      const std::unordered_set<std::string>& long_names, std::ostream& out) {
+  std::ostringstream body;
   const CheckRun* first = nullptr;
   for (const CheckRun& check : table.checks) {
     if (check.passed) continue;
     const std::string& message = HeadlineMessage(check);
     if (first == nullptr) {
       first = &check;
-      out << place << ": error: " << table.table << ": " << message << " ["
-          << ResultCodeText(check.result) << "]\n";
+      body << ": error: " << table.table << ": " << message << " ["
+           << ResultCodeText(check.result) << "]\n";
     } else if (message != HeadlineMessage(*first) || check.result != first->result) {
-      out << "    " << message << " [" << ResultCodeText(check.result) << "]\n";
+      body << "    " << message << " [" << ResultCodeText(check.result) << "]\n";
     }
     const std::string& headline = HeadlineMessage(*first);
     for (const WlogRecord& line : check.log) {
       if (line.priority > kShownPriority || line.text == message || line.text == headline) {
         continue;
       }
-      out << "    " << line.text << '\n';
+      body << "    " << line.text << '\n';
     }
   }
+  out << place << ShortenLongNames(body.str(), table.table, long_names);
 }
 
 Json TextJson(const std::string& text) { return Json(ToValidUtf8(text)); }
@@ -192,7 +198,7 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
       continue;
     }
     ++failed;
-    WriteFailedTable(place, table, out);
+    WriteFailedTable(place, table, run.long_names, out);
   }
   const size_t checked = run.tables.size();
   out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed\n";

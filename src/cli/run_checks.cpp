@@ -1,10 +1,12 @@
 #include "cli/run_checks.h"
 
 #include <algorithm>
+#include <cstring>
 #include <unordered_map>
 #include <utility>
 
 #include <velmora/check_table.h>
+#include "cli/short_names.h"
 
 namespace {
 
@@ -94,6 +96,25 @@ std::optional<int> TableLine(const MetaLines& lines, const std::string& table) {
   return found->second;
 }
 
+// The names of a schema longer than kShownNameBytes, which findings may quote: of its structs and
+// unions, their entries and their indexes.
+std::unordered_set<std::string> LongNamesOf(LPZEMMETALIB metalib) {
+  std::unordered_set<std::string> names;
+  auto keep = [&names](const char* name) {
+    if (std::strlen(name) > kShownNameBytes) names.insert(name);
+  };
+  for (int m = 0; m < zem_get_meta_num(metalib); ++m) {
+    LPZEMMETA meta = zem_get_meta_by_index(metalib, m);
+    keep(zem_get_meta_name(meta));
+    for (int i = 0; i < zem_get_entry_num(meta); ++i) {
+      LPZEMMETAENTRY entry = zem_get_entry_by_index(meta, i);
+      if (entry != nullptr) keep(zem_get_entry_name(entry));
+    }
+    for (int i = 0; i < meta->iIndexesNum; ++i) keep(zem_index_name(meta, zem_meta_index(meta, i)));
+  }
+  return names;
+}
+
 std::vector<std::string> TablesToCheck(const ZemLoadResult& schema, const CheckOptions& options) {
   if (!options.tables.empty()) return options.tables;
   std::vector<std::string> tables;
@@ -155,7 +176,10 @@ const char* CheckName(CheckKind check) {
 
 SchemaRun RunChecks(const CheckOptions& options) {
   SchemaRun run;
-  ZemLoadResult schema = ZemLoadXmlFile(options.schema_path);
+  ZemLoadOptions load_options;
+  load_options.max_input_bytes = options.max_input_bytes;
+  load_options.max_input_setting = "--max-input-size";
+  ZemLoadResult schema = ZemLoadXmlFile(options.schema_path, load_options);
   AppendWarnings(schema, run.warnings);
   if (!schema.ok || !schema.metalib) {
     SetLoadError(options.schema_path, schema, run);
@@ -164,7 +188,7 @@ SchemaRun RunChecks(const CheckOptions& options) {
 
   ZemLoadResult old_schema;
   if (options.old_schema_path) {
-    old_schema = ZemLoadXmlFile(*options.old_schema_path);
+    old_schema = ZemLoadXmlFile(*options.old_schema_path, load_options);
     AppendWarnings(old_schema, run.warnings);
     if (!old_schema.ok || !old_schema.metalib) {
       SetLoadError(*options.old_schema_path, old_schema, run);
@@ -173,6 +197,7 @@ SchemaRun RunChecks(const CheckOptions& options) {
   }
 
   run.loaded = true;
+  run.long_names = LongNamesOf(schema.metalib.get());
   const MetaLines lines = LinesOfMetas(schema);
   for (const std::string& table : TablesToCheck(schema, options)) {
     run.tables.push_back(

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "cli/options.h"
@@ -49,6 +50,8 @@ struct SchemaRun {
   ZemLoadMessage error;                  // its load error, when not loaded
   std::vector<ZemLoadMessage> warnings;  // of the schema, then of the old schema
   std::vector<TableRun> tables;
+  // The schema's names longer than the text report shows whole, which findings may quote.
+  std::unordered_set<std::string> long_names;
 };
 
 // The name of a check as the checker calls it.

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
@@ -120,9 +120,9 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
   const char* meta_attr2 = zem_get_meta_customattr2(meta);
   if (meta_attr2 == nullptr || meta_attr2[0] == '\0') return ERROR_OLD_TABLE_DEFINE;
 
-  const std::string sourceMetaAttr2(meta_attr2);
+  // The attribute text is copied only for as long as its spaces are removed: it may be long.
   std::string destMetaAttr2;
-  StringRemoveSpaces(sourceMetaAttr2, destMetaAttr2);
+  StringRemoveSpaces(meta_attr2, destMetaAttr2);
 
   if (CheckStringDisplayCharset(destMetaAttr2.c_str(), log_handle) != CHECK_TABLE_SUCCESS) {
     return WARN_NEW_TABLE_DEFINE_AND_HAS_ERROR;
@@ -179,15 +179,16 @@ int CheckTable::ParseTableType(const CustomAttrCall& call) {
 // function changes the report of every list table; it is kept ahead of the steps that call it,
 // where its lines have always been.
 int CheckTable::ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_handle) {
-  // These lines carry their own location; taking it from the record the log line is written
-  // with keeps the text and the line in agreement. The buffer keeps the last one after success.
+  // These lines carry their own location (lines 184 and 192); taking it from the record the log
+  // line is written with keeps the text and the line in agreement. The buffer keeps the last one.
   const WLOGLOCINFO svr_ver_loc = CUSTOM_ATTR_LOC;
   (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS,
                "%s(%d)-<%s>:  m_svr_ver:%s table:'%s'", svr_ver_loc.loc_file,
                svr_ver_loc.loc_line, svr_ver_loc.loc_function, m_svr_ver.c_str(), metaname);
   const bool ge340193000 = RealCmpVersion(m_svr_ver.c_str(), kLongListServerVersion, true) >= 0;
   if (!ge340193000) return kOldListBound;
-  // The line says ">" although an equal version takes this path too. Deliberate.
+  // The line says ">" although an equal version takes this path too. Deliberate. Like the line
+  // above, it names its own source line (192), which operators have always seen.
   const WLOGLOCINFO long_list_loc = CUSTOM_ATTR_LOC;
   (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS,
                "%s(%d)-<%s>:  m_svr_ver(%s) > 3.40.0.193000 table:'%s'", long_list_loc.loc_file,
@@ -334,18 +335,26 @@ int CheckTable::ParsePlainListTable(const CustomAttrCall& call) {
 bool CheckTable::CheckStr(const char* src, const char* find_str) {
   if (src == nullptr || find_str == nullptr) return false;
 
-  std::vector<std::string> result_vec;
-  SplitString(src, ";", result_vec);
-  // Only the first segment that mentions find_str decides, even when it merely holds it inside a
-  // longer word and a later segment would match exactly.
-  for (const std::string& segment : result_vec) {
-    if (std::strstr(segment.c_str(), find_str) == nullptr) continue;
-    std::vector<std::string> dst_vec;
-    SplitString(segment, "=", dst_vec);
-    if (dst_vec.size() != 2) return false;
-    return dst_vec[0] == find_str || dst_vec[1] == find_str;
+  // The segments between ";" are walked in place: a string may hold millions of them. Only the
+  // first segment that mentions find_str decides, even when it merely holds it inside a longer
+  // word and a later segment would match exactly.
+  const std::string_view text(src);
+  for (size_t start = 0;;) {
+    size_t end = text.find(';', start);
+    if (end == std::string_view::npos) end = text.size();
+    const std::string_view segment = text.substr(start, end - start);
+    if (segment.find(find_str) != std::string_view::npos) {
+      // It must split at "=" into exactly two pieces, one of them find_str.
+      const size_t equals = segment.find('=');
+      if (equals == std::string_view::npos ||
+          segment.find('=', equals + 1) != std::string_view::npos) {
+        return false;
+      }
+      return segment.substr(0, equals) == find_str || segment.substr(equals + 1) == find_str;
+    }
+    if (end == text.size()) return false;
+    start = end + 1;
   }
-  return false;
 }
 
 int CheckTable::CheckStringDisplayCharset(const char* str, LPWLOGCATEGORYINST log_handle) {

@@ -37,6 +37,20 @@ const int64_t kValueFieldMaxLenBefore329 = 131072;
 const int64_t kValueFieldMaxLenFrom329 = 262144;
 const int64_t kValueFieldMaxLenFrom339 = 10485760;
 
+// How the messages name a limit.
+const char* LimitName(int64_t max_len) {
+  switch (max_len) {
+    case kKeyFieldMaxLen:
+      return "1K";
+    case kValueFieldMaxLenBefore329:
+      return "128k";
+    case kValueFieldMaxLenFrom329:
+      return "256k";
+    default:
+      return "10M";
+  }
+}
+
 const char* const kValueFieldLenVersion329 = "3.29.0";
 const char* const kValueFieldLenVersion339 = "3.39.0";
 const char* const kEntryLenErrorHead = "ERR_ENTRY_LEN;";
@@ -207,31 +221,17 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
   return true;
 }
 
-// Each limit has its own text. Sizes from schema files fit an int and are printed as operators
-// have always seen them; a model built in code may hold more, and its true size is then printed
-// in full.
+// Each limit has its own text, which operators match on. A schema file cannot hold a field above
+// 2147483647 bytes; a model built in code can, and its true size is then printed in full with the
+// same words.
 void CheckTable::LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len,
                                    const char* name, int64_t len) {
   if (len > INT_MAX) {
-    const long long size = static_cast<long long>(len);
-    switch (max_len) {
-      case kKeyFieldMaxLen:
-        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                    "key %s length(%lld) is greater than 1K", name, size);
-        return;
-      case kValueFieldMaxLenBefore329:
-        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                    "entry %s length(%lld) is greater than 128k", name, size);
-        return;
-      case kValueFieldMaxLenFrom329:
-        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                    "entry %s length(%lld) is greater than 256k", name, size);
-        return;
-      case kValueFieldMaxLenFrom339:
-        LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                    "entry %s length(%lld) is greater than 10M", name, size);
-        return;
-    }
+    const bool is_key = max_len == kKeyFieldMaxLen;
+    LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
+                "%s %s length(%lld) is greater than %s", is_key ? "key" : "entry", name,
+                static_cast<long long>(len), LimitName(max_len));
+    return;
   }
   const int size = static_cast<int>(len);
   switch (max_len) {

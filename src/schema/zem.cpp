@@ -5,7 +5,7 @@
 
 namespace {
 
-const char* LibData(LPZEMMETALIB metalib) { return metalib->data; }
+const char* LibData(LPZEMMETALIB metalib) { return metalib->data(); }
 
 const char* EntryBase(LPZEMMETAENTRY entry) {
   return reinterpret_cast<const char*>(entry) - entry->ptrSelf;
@@ -45,9 +45,12 @@ LPZEMMETA zem_get_meta_by_name(LPZEMMETALIB metalib, const char* name) {
   return found == nullptr ? nullptr : zem_at<tagZEMMeta>(data, *found);
 }
 
-const char* zem_get_meta_name(LPZEMMETA meta) { return zem_meta_data_base(meta) + meta->ptrName; }
+const char* zem_get_meta_name(LPZEMMETA meta) {
+  if (meta == nullptr) return nullptr;
+  return zem_meta_data_base(meta) + meta->ptrName;
+}
 
-int zem_get_entry_num(LPZEMMETA meta) { return meta->iEntriesNum; }
+int zem_get_entry_num(LPZEMMETA meta) { return meta != nullptr ? meta->iEntriesNum : 0; }
 
 LPZEMMETAENTRY zem_get_entry_by_index(LPZEMMETA meta, int idx) {
   if (meta == nullptr || idx < 0 || idx >= meta->iEntriesNum) return nullptr;
@@ -56,18 +59,23 @@ LPZEMMETAENTRY zem_get_entry_by_index(LPZEMMETA meta, int idx) {
   return entry == ZEMPTR_NONE ? nullptr : zem_meta_entry_at(meta, entry);
 }
 
-const char* zem_get_entry_name(LPZEMMETAENTRY entry) { return EntryBase(entry) + entry->ptrName; }
+const char* zem_get_entry_name(LPZEMMETAENTRY entry) {
+  if (entry == nullptr) return nullptr;
+  return EntryBase(entry) + entry->ptrName;
+}
 
-int zem_get_entry_type(LPZEMMETAENTRY entry) { return entry->iType; }
+int zem_get_entry_type(LPZEMMETAENTRY entry) { return entry != nullptr ? entry->iType : -1; }
 
-int zem_get_entry_count(LPZEMMETAENTRY entry) { return entry->iCount; }
+int zem_get_entry_count(LPZEMMETAENTRY entry) { return entry != nullptr ? entry->iCount : 0; }
 
 LPZEMMETAENTRY zem_get_entry_refer(LPZEMMETAENTRY entry) {
-  if (entry->ptrRefer == ZEMPTR_NONE) return nullptr;
+  if (entry == nullptr || entry->ptrRefer == ZEMPTR_NONE) return nullptr;
   return zem_at<tagZEMMetaEntry>(EntryBase(entry), entry->ptrRefer);
 }
 
-size_t zem_get_entry_unitsize(LPZEMMETAENTRY entry) { return entry->uUnitSize; }
+size_t zem_get_entry_unitsize(LPZEMMETAENTRY entry) {
+  return entry != nullptr ? entry->uUnitSize : 0;
+}
 
 LPZEMMETA zem_get_entry_type_meta(LPZEMMETALIB metalib, LPZEMMETAENTRY entry) {
   if (metalib == nullptr || entry == nullptr || entry->ptrTypeMeta == ZEMPTR_NONE) return nullptr;
@@ -80,6 +88,7 @@ const char* zem_get_entry_customattr2(LPZEMMETALIB metalib, LPZEMMETAENTRY entry
 }
 
 const char* zem_get_meta_customattr2(LPZEMMETA meta) {
+  if (meta == nullptr) return nullptr;
   return TextAt(zem_meta_data_base(meta), meta->ptrCustomAttr2);
 }
 
@@ -121,13 +130,16 @@ int zem_get_macro_value(int* value, LPZEMMETALIB metalib, const char* name) {
   return 0;
 }
 
-int zem_get_metalib_version(LPZEMMETALIB metalib) { return metalib->iVersion; }
+int zem_get_metalib_version(LPZEMMETALIB metalib) {
+  return metalib != nullptr ? metalib->iVersion : 0;
+}
 
 const char* zem_get_metalib_name(LPZEMMETALIB metalib) {
+  if (metalib == nullptr) return nullptr;
   return LibData(metalib) + metalib->ptrName;
 }
 
-int zem_get_meta_num(LPZEMMETALIB metalib) { return metalib->iMetaNum; }
+int zem_get_meta_num(LPZEMMETALIB metalib) { return metalib != nullptr ? metalib->iMetaNum : 0; }
 
 LPZEMMETA zem_get_meta_by_index(LPZEMMETALIB metalib, int idx) {
   if (metalib == nullptr || idx < 0 || idx >= metalib->iMetaNum) return nullptr;

@@ -374,7 +374,7 @@ ZemMetaLibPtr MetaLibBuilder::Finish() {
   const ZEMPTR macro_table = LayOutMacros(macro_num);
 
   const size_t data_size = m_arena.bytes().size();
-  void* block = ::operator new(offsetof(tagZEMMetaLib, data) + data_size,
+  void* block = ::operator new(sizeof(tagZEMMetaLib) + data_size,
                                std::align_val_t{alignof(tagZEMMetaLib)});
   ZemMetaLibPtr metalib(new (block) tagZEMMetaLib());
   metalib->uMagic = ZEM_METALIB_MAGIC;
@@ -386,7 +386,7 @@ ZemMetaLibPtr MetaLibBuilder::Finish() {
   metalib->ptrMetaTable = meta_table;
   metalib->ptrMetaByName = meta_by_name;
   metalib->ptrMacros = macro_table;
-  std::memcpy(metalib->data, m_arena.bytes().data(), data_size);
+  std::memcpy(metalib->data(), m_arena.bytes().data(), data_size);
   return metalib;
 }
 

@@ -1,61 +1,67 @@
 #include <velmora/zem_xml_loader.h>
 
-#include <sys/stat.h>
-
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <exception>
 #include <new>
 
+#include "base/ascii.h"
+#include "schema/zem_xml_input.h"
 #include "schema/zem_xml_reader.h"
 #include "schema/zem_xml_text.h"
 
 namespace {
 
-bool IsXmlBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-ZemLoadResult LoadBytes(const std::string& file, std::string bytes) {
+bool FailAt(const std::string& file, const ZemTextPosition& at, std::string text,
+            ZemLoadResult* result) {
+  result->error = ZemLoadMessage{file, at.line, at.column, std::move(text)};
+  return false;
+}
+
+// Decodes and parses the file's bytes and reads them into *def. The text and the parsed document
+// are released when it returns, before the model is built from *def.
+bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
+                ZemMetaLibDef* def) {
+  ZemXmlText text;
+  std::string decode_error;
+  ZemTextPosition decode_at;
+  if (!text.Decode(std::move(bytes), &decode_error, &decode_at)) {
+    return FailAt(file, decode_at, decode_error, result);
+  }
+  const char* data = text.data();
+  size_t first = 0;
+  while (first < text.size() && IsXmlBlank(data[first])) ++first;
+  if (first < text.size() && data[first] != '<') {
+    return FailAt(file, text.PositionOf(first), "not an XML file: it does not start with '<'",
+                  result);
+  }
+
+  pugi::xml_document document;
+  // The declaration is parsed as a node so that one that is not at the very start can be told.
+  const pugi::xml_parse_result parsed =
+      document.load_buffer_inplace(text.data(), text.size(),
+                                   pugi::parse_default | pugi::parse_declaration,
+                                   pugi::encoding_utf8);
+  if (parsed.status == pugi::status_out_of_memory) throw std::bad_alloc();
+  if (parsed.status != pugi::status_ok && parsed.status != pugi::status_no_document_element) {
+    const size_t offset = static_cast<size_t>(std::max<ptrdiff_t>(parsed.offset, 0));
+    return FailAt(file, text.PositionOf(offset),
+                  std::string("malformed XML: ") + parsed.description(), result);
+  }
+  return ZemReadSchemaDocument(document, text, file, result, def);
+}
+
+ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes) {
   ZemLoadResult result;
   result.error.file = file;
   if (bytes.empty()) {
     result.error.text = "the file is empty";
     return result;
   }
-  ZemXmlText text;
-  std::string decode_error;
-  ZemTextPosition decode_at;
-  if (!text.Decode(std::move(bytes), &decode_error, &decode_at)) {
-    result.error = ZemLoadMessage{file, decode_at.line, decode_at.column, decode_error};
-    return result;
-  }
-  const char* data = text.data();
-  size_t first = 0;
-  while (first < text.size() && IsXmlBlank(data[first])) ++first;
-  if (first < text.size() && data[first] != '<') {
-    const ZemTextPosition at = text.PositionOf(first);
-    result.error = ZemLoadMessage{file, at.line, at.column,
-                                  "not an XML file: it does not start with '<'"};
-    return result;
-  }
-
-  pugi::xml_document document;
-  const pugi::xml_parse_result parsed = document.load_buffer_inplace(
-      text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);
-  if (parsed.status == pugi::status_out_of_memory) throw std::bad_alloc();
-  if (parsed.status != pugi::status_ok && parsed.status != pugi::status_no_document_element) {
-    const ZemTextPosition at = text.PositionOf(static_cast<size_t>(std::max<ptrdiff_t>(
-        parsed.offset, 0)));
-    result.error = ZemLoadMessage{file, at.line, at.column,
-                                  std::string("malformed XML: ") + parsed.description()};
-    return result;
-  }
-
   ZemMetaLibDef def;
-  if (!ZemReadSchemaDocument(document, text, file, &result, &def)) {
+  if (!ReadSchema(file, std::move(bytes), &result, &def)) {
     result.metas.clear();
     return result;
   }
@@ -91,34 +97,23 @@ ZemLoadResult Guarded(const std::string& file, Load load) {
 
 }  // namespace
 
-ZemLoadResult ZemLoadXmlFile(const std::string& path) {
-  return Guarded(path, [&path]() {
-    struct stat info;
-    if (stat(path.c_str(), &info) != 0) {
-      return Failed(path, std::string("cannot read the file: ") + std::strerror(errno));
-    }
-    if (S_ISDIR(info.st_mode)) {
-      return Failed(path, std::string("cannot read the file: ") + std::strerror(EISDIR));
-    }
-    std::FILE* stream = std::fopen(path.c_str(), "rb");
-    if (stream == nullptr) {
-      return Failed(path, std::string("cannot read the file: ") + std::strerror(errno));
-    }
-    std::string bytes;
-    if (S_ISREG(info.st_mode) && info.st_size > 0) bytes.reserve(static_cast<size_t>(info.st_size));
-    char chunk[65536];
-    size_t got = 0;
-    while ((got = std::fread(chunk, 1, sizeof(chunk), stream)) > 0) bytes.append(chunk, got);
-    const bool failed = std::ferror(stream) != 0;
-    const int reason = errno;
-    std::fclose(stream);
-    if (failed) return Failed(path, std::string("cannot read the file: ") + std::strerror(reason));
+ZemLoadResult ZemLoadXmlFile(const std::string& path, const ZemLoadOptions& options) {
+  return Guarded(path, [&path, &options]() {
+    ZemBytes bytes;
+    std::string error;
+    if (!ZemReadInput(path, options, &bytes, &error)) return Failed(path, std::move(error));
     return LoadBytes(path, std::move(bytes));
   });
 }
 
-ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& text) {
-  return Guarded(file_name, [&file_name, &text]() { return LoadBytes(file_name, text); });
+ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& text,
+                             const ZemLoadOptions& options) {
+  return Guarded(file_name, [&file_name, &text, &options]() {
+    if (text.size() > options.max_input_bytes) {
+      return Failed(file_name, ZemInputTooLarge(options, text.size()));
+    }
+    return LoadBytes(file_name, ZemBytes(text.data(), text.size()));
+  });
 }
 
 std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind) {
@@ -128,4 +123,16 @@ std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind
     if (message.column > 0) line += ":" + std::to_string(message.column);
   }
   return line + ": " + (kind != nullptr ? kind : "error") + ": " + message.text;
+}
+
+std::string FormatZemByteSize(uint64_t bytes) {
+  const char* const units[] = {"GiB", "MiB", "KiB"};
+  const unsigned shifts[] = {30, 20, 10};
+  for (size_t i = 0; i < 3; ++i) {
+    const uint64_t unit = uint64_t{1} << shifts[i];
+    if (bytes >= unit && bytes % unit == 0) {
+      return std::to_string(bytes / unit) + " " + units[i];
+    }
+  }
+  return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
 }

@@ -14,12 +14,20 @@
 namespace {
 
 // Names longer than this cannot be stored in the store's name fields.
-constexpr size_t MAX_NAME_BYTES = 127;
-constexpr size_t MAX_ENTRY_CUSTOMATTR2_BYTES = 2047;
+constexpr size_t MAX_NAME_BYTES = ZEM_MAX_NAME_BYTES;
+constexpr size_t MAX_ENTRY_CUSTOMATTR2_BYTES = ZEM_MAX_ENTRY_CUSTOMATTR2_BYTES;
 // No table can hold an entry or a struct larger than this; keeping every size of a file within it
 // also keeps every size the checks compute within an int.
-constexpr int64_t MAX_SIZE_BYTES = INT32_MAX;
-constexpr size_t MAX_KEY_MEMBERS = INT16_MAX;
+constexpr int64_t MAX_SIZE_BYTES = ZEM_MAX_SIZE_BYTES;
+constexpr size_t MAX_KEY_MEMBERS = ZEM_MAX_KEY_MEMBERS;
+
+// Kinds of warnings. A file may hold millions of one kind; the first ZEM_MAX_WARNINGS_PER_KIND
+// are listed and the rest counted, so that warnings cost memory in proportion to the limit.
+enum WarningKind { WARN_UNKNOWN_ATTRIBUTE, WARN_ATTRIBUTE_NOT_APPLYING, WARN_UNKNOWN_ELEMENT,
+                   WARN_MISPLACED_ELEMENT, WARN_MACRO_AGAIN, WARN_KIND_NUM };
+const char* const WARNING_KIND_NAMES[] = {"unknown attributes", "attributes that do not apply",
+                                          "unknown elements", "elements out of place",
+                                          "macros defined again"};
 
 // The elements of a schema file and the attributes each reads or accepts silently.
 enum ElementKind { ELEMENT_METALIB, ELEMENT_MACRO, ELEMENT_STRUCT, ELEMENT_UNION, ELEMENT_ENTRY,
@@ -59,16 +67,22 @@ unsigned AcceptedAttributes(ElementKind element) {
   return 0;
 }
 
+// The first byte settles most comparisons: a file of millions of unknown elements is common
+// enough among generated ones.
+bool SameName(const char* name, const char* known) {
+  return name[0] == known[0] && std::strcmp(name, known) == 0;
+}
+
 ElementKind KindOfElement(const char* name) {
   for (int kind = ELEMENT_METALIB; kind < ELEMENT_OTHER; ++kind) {
-    if (std::strcmp(name, ELEMENT_NAMES[kind]) == 0) return static_cast<ElementKind>(kind);
+    if (SameName(name, ELEMENT_NAMES[kind])) return static_cast<ElementKind>(kind);
   }
   return ELEMENT_OTHER;
 }
 
 int KindOfAttribute(const char* name) {
   for (int kind = 0; kind < ATTR_KIND_NUM; ++kind) {
-    if (std::strcmp(name, ATTRIBUTE_NAMES[kind]) == 0) return kind;
+    if (SameName(name, ATTRIBUTE_NAMES[kind])) return kind;
   }
   return -1;
 }
@@ -121,6 +135,12 @@ class SchemaReader {
     m_data = data;
     pugi::xml_node root;
     for (pugi::xml_node node = document.first_child(); node; node = node.next_sibling()) {
+      // The declaration names the encoding the text was read in; anywhere else it comes too late.
+      if (node.type() == pugi::node_declaration && OffsetOf(node.name()) != 2) {
+        m_result->error = MessageAt(OffsetOf(node.name()) - 2,
+                                    "the XML declaration must stand at the very start of the file");
+        return false;
+      }
       if (node.type() != pugi::node_element) continue;
       if (root) {
         return Fail(node, "a second root element <" + std::string(node.name()) +
@@ -137,6 +157,19 @@ class SchemaReader {
   }
 
   ZemMetaLibDef& def() { return m_def; }
+
+  // One more warning for each kind that passed the limit, saying how many were left out.
+  void ListLeftOutWarnings() {
+    for (int kind = 0; kind < WARN_KIND_NUM; ++kind) {
+      if (m_warnings[kind] <= ZEM_MAX_WARNINGS_PER_KIND) continue;
+      m_result->warnings.push_back(ZemLoadMessage{
+          m_file, 0, 0,
+          std::to_string(m_warnings[kind] - ZEM_MAX_WARNINGS_PER_KIND) + " more warnings about " +
+              WARNING_KIND_NAMES[kind] + " are not listed (at most " +
+              std::to_string(ZEM_MAX_WARNINGS_PER_KIND) + " warnings of one kind are listed)"});
+    }
+  }
+
 
  private:
   size_t OffsetOf(const char* text) const {
@@ -167,9 +200,14 @@ class SchemaReader {
     m_result->error = MessageAt(OffsetOf(attribute.name()), std::move(text));
     return false;
   }
-  void Warn(size_t offset, std::string text) {
-    m_result->warnings.push_back(MessageAt(offset, std::move(text)));
+  // Lists a warning while its kind is within the limit; text() makes its words only then.
+  template <typename Text>
+  void Warn(WarningKind kind, size_t offset, Text text) {
+    if (++m_warnings[kind] <= ZEM_MAX_WARNINGS_PER_KIND) {
+      m_result->warnings.push_back(MessageAt(offset, text()));
+    }
   }
+
 
   // Collects the attributes of an element. Unknown ones and known ones that do not apply here get
   // a warning; a known attribute written twice is malformed XML.
@@ -180,15 +218,17 @@ class SchemaReader {
          attribute = attribute.next_attribute()) {
       const int kind = KindOfAttribute(attribute.name());
       if (kind < 0) {
-        Warn(OffsetOf(attribute.name()),
-             "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
-                 " is ignored");
+        Warn(WARN_UNKNOWN_ATTRIBUTE, OffsetOf(attribute.name()), [&]() {
+          return "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
+                 " is ignored";
+        });
         continue;
       }
-      if ((accepted & (1u << kind)) == 0) {
-        Warn(OffsetOf(attribute.name()),
-             "attribute '" + std::string(attribute.name()) + "' does not apply to " + where +
-                 " and is ignored");
+      if ((accepted & Bit(static_cast<AttributeKind>(kind))) == 0) {
+        Warn(WARN_ATTRIBUTE_NOT_APPLYING, OffsetOf(attribute.name()), [&]() {
+          return "attribute '" + std::string(attribute.name()) + "' does not apply to " + where +
+                 " and is ignored";
+        });
         continue;
       }
       if (attributes->of[kind]) {
@@ -201,13 +241,16 @@ class SchemaReader {
   }
 
   void WarnUnexpectedElement(const pugi::xml_node& node, const pugi::xml_node& parent) {
-    const std::string name = node.name();
-    const std::string where = "<" + std::string(parent.name()) + ">";
     if (KindOfElement(node.name()) == ELEMENT_OTHER) {
-      Warn(OffsetOf(node), "unknown element <" + name + "> in " + where + " is ignored");
+      Warn(WARN_UNKNOWN_ELEMENT, OffsetOf(node), [&]() {
+        return "unknown element <" + std::string(node.name()) + "> in <" +
+               std::string(parent.name()) + "> is ignored";
+      });
     } else {
-      Warn(OffsetOf(node), "element <" + name + "> does not belong in " + where +
-                               " and is ignored");
+      Warn(WARN_MISPLACED_ELEMENT, OffsetOf(node), [&]() {
+        return "element <" + std::string(node.name()) + "> does not belong in <" +
+               std::string(parent.name()) + "> and is ignored";
+      });
     }
   }
 
@@ -312,9 +355,10 @@ class SchemaReader {
     }
     const auto inserted = m_macros.emplace(name, static_cast<int>(value));
     if (!inserted.second) {
-      Warn(OffsetOf(node), owner + " is defined again; its value changes from " +
-                               std::to_string(inserted.first->second) + " to " +
-                               std::to_string(value));
+      Warn(WARN_MACRO_AGAIN, OffsetOf(node), [&]() {
+        return owner + " is defined again; its value changes from " +
+               std::to_string(inserted.first->second) + " to " + std::to_string(value);
+      });
       inserted.first->second = static_cast<int>(value);
     }
     // The model keeps the last value of a repeated name.
@@ -357,17 +401,7 @@ class SchemaReader {
       meta.def->customattr2 = std::string(attributes[ATTR_CUSTOMATTR2].value());
     }
 
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-      if (child.type() != pugi::node_element) continue;
-      const ElementKind kind = KindOfElement(child.name());
-      if (kind == ELEMENT_ENTRY) {
-        if (!ReadEntry(child, &meta)) return false;
-      } else if (kind == ELEMENT_INDEX && !is_union) {
-        if (!ReadIndex(child, &meta)) return false;
-      } else {
-        WarnUnexpectedElement(child, node);
-      }
-    }
+    if (!ReadMetaChildren(node, is_union, &meta)) return false;
     if (meta.size > MAX_SIZE_BYTES) {
       return Fail(node, owner + ": " + std::to_string(meta.size) +
                             " bytes exceed the limit of 2147483647 bytes");
@@ -385,6 +419,31 @@ class SchemaReader {
     info.is_union = is_union;
     info.has_primary_key = !meta.def->primary_key.empty();
     m_result->metas.push_back(std::move(info));
+    return true;
+  }
+
+  // The entries and indexes of a struct or union, in document order. Room for every entry is made
+  // first: a struct may have a million of them.
+  bool ReadMetaChildren(const pugi::xml_node& node, bool is_union, MetaState* meta) {
+    size_t entries = 0;
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+      if (child.type() == pugi::node_element && KindOfElement(child.name()) == ELEMENT_ENTRY) {
+        ++entries;
+      }
+    }
+    meta->entries.reserve(entries);
+    meta->def->entries.reserve(entries);
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+      if (child.type() != pugi::node_element) continue;
+      const ElementKind kind = KindOfElement(child.name());
+      if (kind == ELEMENT_ENTRY) {
+        if (!ReadEntry(child, meta)) return false;
+      } else if (kind == ELEMENT_INDEX && !is_union) {
+        if (!ReadIndex(child, meta)) return false;
+      } else {
+        WarnUnexpectedElement(child, node);
+      }
+    }
     return true;
   }
 
@@ -475,6 +534,34 @@ class SchemaReader {
     return true;
   }
 
+  // The entry's custom attribute text, as written; at most 2047 bytes.
+  bool ReadEntryCustomAttr(const pugi::xml_attribute& attribute, const std::string& owner,
+                           ZemEntryDef* entry) {
+    if (!attribute) return true;
+    const size_t length = std::strlen(attribute.value());
+    if (length > MAX_ENTRY_CUSTOMATTR2_BYTES) {
+      return Fail(attribute, owner + ": customattr2 of " + std::to_string(length) +
+                                 " bytes is too long; it has at most 2047 bytes");
+    }
+    entry->customattr2 = std::string(attribute.value(), length);
+    return true;
+  }
+
+  // Adds the entry's bytes (unit x count, count 0 counted as 1) to its struct or union. Sizes are
+  // computed in 64 bits: a unit of at most 2^32 bytes times a count of at most 2^31 cannot
+  // overflow, and no sum of entries can either.
+  bool AddEntrySize(const pugi::xml_node& node, const std::string& owner, int64_t unit,
+                    int64_t count, MetaState* meta) {
+    const int64_t bytes = unit * std::max<int64_t>(count, 1);
+    if (bytes > MAX_SIZE_BYTES) {
+      return Fail(node, owner + ": " + std::to_string(bytes) + " bytes (" +
+                            std::to_string(unit) + " x " + std::to_string(count) +
+                            ") exceed the limit of 2147483647 bytes");
+    }
+    meta->size = meta->def->is_union ? std::max(meta->size, bytes) : meta->size + bytes;
+    return true;
+  }
+
   bool ReadEntry(const pugi::xml_node& node, MetaState* meta) {
     Attributes attributes;
     if (!CollectAttributes(node, ELEMENT_ENTRY, &attributes)) return false;
@@ -517,28 +604,12 @@ class SchemaReader {
       return Fail(attributes[ATTR_COUNT],
                   owner + ": count 0 makes a variable array, which needs a refer");
     }
-    const pugi::xml_attribute& attr_attribute = attributes[ATTR_CUSTOMATTR2];
-    if (attr_attribute) {
-      const size_t length = std::strlen(attr_attribute.value());
-      if (length > MAX_ENTRY_CUSTOMATTR2_BYTES) {
-        return Fail(attr_attribute, owner + ": customattr2 of " + std::to_string(length) +
-                                        " bytes is too long; it has at most 2047 bytes");
-      }
-      entry.customattr2 = std::string(attr_attribute.value(), length);
-    }
+    if (!ReadEntryCustomAttr(attributes[ATTR_CUSTOMATTR2], owner, &entry)) return false;
 
-    // Sizes are computed in 64 bits: a unit of at most 2^32 bytes times a count of at most 2^31
-    // cannot overflow, and no sum of entries can either.
     const int64_t unit = type_meta != nullptr
                              ? type_meta->size
                              : ZemBaseTypeUnitSize(entry.type, static_cast<uint32_t>(declared_size));
-    const int64_t bytes = unit * std::max<int64_t>(count, 1);
-    if (bytes > MAX_SIZE_BYTES) {
-      return Fail(node, owner + ": " + std::to_string(bytes) + " bytes (" +
-                            std::to_string(unit) + " x " + std::to_string(count) +
-                            ") exceed the limit of 2147483647 bytes");
-    }
-    meta->size = meta->def->is_union ? std::max(meta->size, bytes) : meta->size + bytes;
+    if (!AddEntrySize(node, owner, unit, count, meta)) return false;
     entry.count = static_cast<int>(count);
     entry.unit_size = static_cast<uint32_t>(unit);
     inserted.first->second.type = entry.type;
@@ -566,38 +637,58 @@ class SchemaReader {
     return true;
   }
 
-  // Resolves a list of entry names of a struct; each must name one of its entries.
-  bool ResolveNames(const pugi::xml_attribute& attribute, const std::string& what,
-                    const MetaState& meta, std::vector<std::string_view>* pieces) {
-    *pieces = SplitNames(attribute.value());
-    for (const std::string_view piece : *pieces) {
-      if (meta.entries.find(piece) == meta.entries.end()) {
-        return Fail(attribute, what + " " + Quote(piece) + " names no entry of " + meta.kind +
-                                   " " + Quote(meta.name));
+  // Checks a list of entry names of a struct, each of which must name one of its entries, and
+  // counts them; nothing is copied.
+  bool CheckNames(const pugi::xml_attribute& attribute, const std::string& what,
+                  const MetaState& meta, size_t* count) {
+    *count = 0;
+    std::string_view unknown;
+    bool found_all = true;
+    ForEachName(attribute.value(), [&](std::string_view piece) {
+      ++*count;
+      if (found_all && meta.entries.find(piece) == meta.entries.end()) {
+        found_all = false;
+        unknown = piece;
       }
-    }
-    return true;
+    });
+    if (found_all) return true;
+    return Fail(attribute, what + " " + Quote(unknown) + " names no entry of " + meta.kind + " " +
+                               Quote(meta.name));
+  }
+
+  // Appends the count names of a checked list to *names.
+  static void AppendNames(const pugi::xml_attribute& attribute, size_t count,
+                          std::vector<std::string>* names) {
+    names->reserve(names->size() + count);
+    ForEachName(attribute.value(), [names](std::string_view piece) { names->emplace_back(piece); });
   }
 
   bool ReadPrimaryKey(const pugi::xml_attribute& attribute, MetaState* meta) {
     if (!attribute) return true;
     const std::string owner = std::string(meta->kind) + " " + Quote(meta->name);
-    std::vector<std::string_view> pieces;
-    if (!ResolveNames(attribute, owner + ": primarykey member", *meta, &pieces)) return false;
-    if (pieces.size() > MAX_KEY_MEMBERS) {
-      return Fail(attribute, owner + ": primarykey has " + std::to_string(pieces.size()) +
-                                 " members; at most 32767 fit");
+    size_t count = 0;
+    if (!CheckNames(attribute, owner + ": primarykey member", *meta, &count)) return false;
+    if (count > MAX_KEY_MEMBERS) {
+      return Fail(attribute, owner + ": primarykey has " + std::to_string(count) +
+                                 " members; at most " + std::to_string(MAX_KEY_MEMBERS) + " fit");
     }
-    for (const std::string_view piece : pieces) meta->def->primary_key.emplace_back(piece);
+    AppendNames(attribute, count, &meta->def->primary_key);
     return true;
   }
 
   bool ReadSplitTableKey(const pugi::xml_attribute& attribute, MetaState* meta) {
     if (!attribute) return true;
     const std::string owner = std::string(meta->kind) + " " + Quote(meta->name);
-    std::vector<std::string_view> pieces;
-    if (!ResolveNames(attribute, owner + ": splittablekey member", *meta, &pieces)) return false;
-    if (!pieces.empty()) meta->def->split_table_key = JoinNames(pieces);
+    size_t count = 0;
+    if (!CheckNames(attribute, owner + ": splittablekey member", *meta, &count)) return false;
+    if (count == 0) return true;
+    // The pieces joined by ",".
+    std::string joined;
+    ForEachName(attribute.value(), [&joined](std::string_view piece) {
+      if (!joined.empty()) joined += ',';
+      joined += piece;
+    });
+    meta->def->split_table_key = std::move(joined);
     return true;
   }
 
@@ -605,15 +696,15 @@ class SchemaReader {
     for (const PendingIndex& pending : meta->indexes) {
       if (!pending.column) continue;
       ZemIndexDef& index = meta->def->indexes[pending.index];
-      std::vector<std::string_view> pieces;
-      if (!ResolveNames(pending.column, "index " + Quote(index.name) + ": column", *meta,
-                        &pieces)) {
-        return false;
+      const std::string what = "index " + Quote(index.name) + ": column";
+      size_t count = 0;
+      if (!CheckNames(pending.column, what, *meta, &count)) return false;
+      if (count > ZEM_MAX_INDEX_COLUMNS) {
+        return Fail(pending.column, "index " + Quote(index.name) + " has " +
+                                        std::to_string(count) + " columns; at most " +
+                                        std::to_string(ZEM_MAX_INDEX_COLUMNS) + " fit");
       }
-      if (pieces.size() > static_cast<size_t>(INT32_MAX)) {
-        return Fail(pending.column, "index " + Quote(index.name) + " has too many columns");
-      }
-      for (const std::string_view piece : pieces) index.columns.emplace_back(piece);
+      AppendNames(pending.column, count, &index.columns);
     }
     return true;
   }
@@ -625,6 +716,7 @@ class SchemaReader {
   ZemMetaLibDef m_def;
   std::unordered_map<std::string_view, int> m_macros;
   std::unordered_map<std::string_view, KnownMeta> m_metas;
+  size_t m_warnings[WARN_KIND_NUM] = {};
 };
 
 }  // namespace
@@ -632,7 +724,9 @@ class SchemaReader {
 bool ZemReadSchemaDocument(const pugi::xml_document& document, const ZemXmlText& text,
                            const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def) {
   SchemaReader reader(file, text, result);
-  if (!reader.Read(document, text.data())) return false;
+  const bool read = reader.Read(document, text.data());
+  reader.ListLeftOutWarnings();
+  if (!read) return false;
   *def = std::move(reader.def());
   return true;
 }

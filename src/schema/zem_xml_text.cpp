@@ -7,67 +7,76 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <string_view>
+
+#include "base/ascii.h"
 
 namespace {
 
 constexpr size_t BLOCK_BYTES = 4096;
 constexpr size_t WORD_BITS = 64;
+constexpr size_t NONE = SIZE_MAX;
 
-bool StartsWith(const std::string& text, size_t at, const char* prefix, size_t length) {
-  return text.size() - at >= length && std::memcmp(text.data() + at, prefix, length) == 0;
+bool StartsWith(std::string_view text, const char* prefix, size_t length) {
+  return text.size() >= length && std::memcmp(text.data(), prefix, length) == 0;
 }
 
-bool EqualsIgnoringCase(const std::string& text, const char* word) {
+
+bool EqualsIgnoringCase(std::string_view text, const char* word) {
   const size_t length = std::strlen(word);
   if (text.size() != length) return false;
   for (size_t i = 0; i < length; ++i) {
-    const char c = text[i];
-    const char lower = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-    if (lower != word[i]) return false;
+    if (AsciiLower(text[i]) != word[i]) return false;
   }
   return true;
 }
 
-bool StartsWithIgnoringCase(const std::string& text, const char* prefix) {
-  const size_t length = std::strlen(prefix);
-  return text.size() >= length && EqualsIgnoringCase(text.substr(0, length), prefix);
+// Names of UTF-8 and of its subset ASCII: such text is read as it is.
+bool IsUtf8Name(const std::string& encoding) {
+  return EqualsIgnoringCase(encoding, "utf-8") || EqualsIgnoringCase(encoding, "utf8") ||
+         EqualsIgnoringCase(encoding, "us-ascii") || EqualsIgnoringCase(encoding, "ascii");
 }
 
-bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 int ClampToInt(size_t value) { return value > INT_MAX ? INT_MAX : static_cast<int>(value); }
 
-// The encoding named by an XML declaration at `begin`, or "" when there is none. *name_at gets the
-// offset of the "encoding" pseudo-attribute.
-std::string DeclaredEncoding(const std::string& bytes, size_t begin, size_t* name_at) {
-  if (!StartsWith(bytes, begin, "<?xml", 5) || bytes.size() - begin == 5 ||
-      !IsXmlSpace(bytes[begin + 5])) {
-    return std::string();
-  }
-  const size_t end = bytes.find("?>", begin);
-  const size_t limit = end == std::string::npos ? bytes.size() : end;
-  const size_t name = bytes.find("encoding", begin);
-  if (name == std::string::npos || name >= limit) return std::string();
+int PopCount(uint64_t word) { return static_cast<int>(std::bitset<WORD_BITS>(word).count()); }
+
+// An XML declaration at the start of a text, and the encoding it names ("" when none).
+struct Declaration {
+  std::string encoding;
+  size_t name_at = 0;  // offset of the "encoding" pseudo-attribute
+  size_t end = 0;      // just after "?>", or the end of the text
+};
+
+bool FindDeclaration(std::string_view text, Declaration* declaration) {
+  if (!StartsWith(text, "<?xml", 5) || text.size() == 5 || !IsXmlBlank(text[5])) return false;
+  const size_t close = text.find("?>");
+  const size_t limit = close == std::string_view::npos ? text.size() : close;
+  declaration->end = close == std::string_view::npos ? text.size() : close + 2;
+  const size_t name = text.find("encoding");
+  if (name == std::string_view::npos || name >= limit) return true;
   size_t at = name + 8;
-  while (at < limit && IsXmlSpace(bytes[at])) ++at;
-  if (at >= limit || bytes[at] != '=') return std::string();
+  while (at < limit && IsXmlBlank(text[at])) ++at;
+  if (at >= limit || text[at] != '=') return true;
   ++at;
-  while (at < limit && IsXmlSpace(bytes[at])) ++at;
-  if (at >= limit || (bytes[at] != '"' && bytes[at] != '\'')) return std::string();
-  const size_t close = bytes.find(bytes[at], at + 1);
-  if (close == std::string::npos || close > limit) return std::string();
-  *name_at = name;
-  return bytes.substr(at + 1, close - at - 1);
+  while (at < limit && IsXmlBlank(text[at])) ++at;
+  if (at >= limit || (text[at] != '"' && text[at] != '\'')) return true;
+  const size_t quote = text.find(text[at], at + 1);
+  if (quote == std::string_view::npos || quote > limit) return true;
+  declaration->name_at = name;
+  declaration->encoding = std::string(text.substr(at + 1, quote - at - 1));
+  return true;
 }
 
 // The position of an offset in text whose bytes up to it are single-byte characters (a
 // declaration).
-ZemTextPosition AsciiPosition(const std::string& bytes, size_t begin, size_t offset) {
+ZemTextPosition AsciiPosition(std::string_view text, size_t offset) {
   ZemTextPosition position;
   position.line = 1;
-  size_t line_start = begin;
-  for (size_t i = begin; i < offset; ++i) {
-    if (bytes[i] == '\n') {
+  size_t line_start = 0;
+  for (size_t i = 0; i < offset; ++i) {
+    if (text[i] == '\n') {
       if (position.line < INT_MAX) ++position.line;
       line_start = i + 1;
     }
@@ -96,7 +105,7 @@ ZemTextPosition EndPosition(const char* text, size_t size) {
 
 class IconvHandle {
  public:
-  explicit IconvHandle(const std::string& from) : m_handle(iconv_open("UTF-8", from.c_str())) {}
+  IconvHandle(const char* to, const std::string& from) : m_handle(iconv_open(to, from.c_str())) {}
   ~IconvHandle() {
     if (valid()) iconv_close(m_handle);
   }
@@ -110,134 +119,272 @@ class IconvHandle {
   iconv_t m_handle;
 };
 
+// Converts a short text whole; "" when the converter refuses it.
+std::string ConvertShort(const IconvHandle& converter, std::string_view text) {
+  std::string in(text);
+  std::string out(in.size() * 4 + 16, '\0');
+  char* in_at = &in[0];
+  size_t in_left = in.size();
+  char* out_at = &out[0];
+  size_t out_left = out.size();
+  if (iconv(converter.get(), &in_at, &in_left, &out_at, &out_left) == static_cast<size_t>(-1) ||
+      iconv(converter.get(), nullptr, nullptr, &out_at, &out_left) == static_cast<size_t>(-1)) {
+    return std::string();
+  }
+  out.resize(out.size() - out_left);
+  return out;
+}
+
+// Bytes of one '<' in an encoding (a byte order mark it writes not counted): 1 for single-byte
+// and multi-byte encodings of ASCII, 2 for UTF-16 and UCS-2, 4 for UTF-32 and UCS-4; 0 for a name
+// the converter does not know.
+size_t CodeUnitBytes(const std::string& encoding) {
+  IconvHandle converter(encoding.c_str(), "UTF-8");
+  if (!converter.valid()) return 0;
+  const std::string one = ConvertShort(converter, "<");
+  iconv(converter.get(), nullptr, nullptr, nullptr, nullptr);
+  const std::string two = ConvertShort(converter, "<<");
+  return two.size() > one.size() ? two.size() - one.size() : 0;
+}
+
+// The encoding a text announces by its first bytes: a byte order mark, or "<?" in UTF-16 or
+// "<" in UTF-32 without one. *bom gets the length of the mark.
+const char* EncodingByFirstBytes(std::string_view text, size_t* bom) {
+  struct Mark {
+    const char* bytes;
+    size_t length;
+    size_t bom;
+    const char* encoding;
+  };
+  static const Mark kMarks[] = {
+      {"\xEF\xBB\xBF", 3, 3, "UTF-8"},        {"\xFF\xFE\0\0", 4, 4, "UTF-32LE"},
+      {"\0\0\xFE\xFF", 4, 4, "UTF-32BE"},     {"\xFF\xFE", 2, 2, "UTF-16LE"},
+      {"\xFE\xFF", 2, 2, "UTF-16BE"},         {"<\0\0\0", 4, 0, "UTF-32LE"},
+      {"\0\0\0<", 4, 0, "UTF-32BE"},          {"<\0?\0", 4, 0, "UTF-16LE"},
+      {"\0<\0?", 4, 0, "UTF-16BE"},
+  };
+  for (const Mark& mark : kMarks) {
+    if (StartsWith(text, mark.bytes, mark.length)) {
+      *bom = mark.bom;
+      return mark.encoding;
+    }
+  }
+  *bom = 0;
+  return nullptr;
+}
+
+// Set bits of a bit map in [from, to), from being the start of a word.
+uint64_t CountBits(const std::vector<uint64_t>& bits, size_t from, size_t to) {
+  uint64_t count = 0;
+  size_t word = from / WORD_BITS;
+  for (; word < to / WORD_BITS; ++word) count += static_cast<uint64_t>(PopCount(bits[word]));
+  const size_t bit = to % WORD_BITS;
+  if (bit != 0) {
+    count += static_cast<uint64_t>(PopCount(bits[word] & ((uint64_t{1} << bit) - 1)));
+  }
+  return count;
+}
+
+// The last set bit of a bit map in [from, to), or NONE.
+size_t LastBit(const std::vector<uint64_t>& bits, size_t from, size_t to) {
+  for (size_t end = to; end > from;) {
+    const size_t word = (end - 1) / WORD_BITS;
+    const size_t word_start = word * WORD_BITS;
+    uint64_t value = bits[word];
+    const size_t used = end - word_start;
+    if (used < WORD_BITS) value &= (uint64_t{1} << used) - 1;
+    if (word_start < from) value &= ~((uint64_t{1} << (from - word_start)) - 1);
+    if (value != 0) return word_start + WORD_BITS - 1 - static_cast<size_t>(__builtin_clzll(value));
+    end = word_start;
+  }
+  return NONE;
+}
+
+
 }  // namespace
 
-bool ZemXmlText::Decode(std::string bytes, std::string* error_text, ZemTextPosition* error_at) {
-  m_buffer = std::move(bytes);
+bool ZemXmlText::Decode(ZemBytes bytes, std::string* error_text, ZemTextPosition* error_at) {
+  m_bytes = std::move(bytes);
   m_begin = 0;
-  std::string encoding;
-  ZemTextPosition declared_at{1, 1};
-  if (StartsWith(m_buffer, 0, "\xEF\xBB\xBF", 3)) {
-    m_begin = 3;
-  } else if (StartsWith(m_buffer, 0, "\xFF\xFE\0\0", 4)) {
-    m_begin = 4;
-    encoding = "UTF-32LE";
-  } else if (StartsWith(m_buffer, 0, "\0\0\xFE\xFF", 4)) {
-    m_begin = 4;
-    encoding = "UTF-32BE";
-  } else if (StartsWith(m_buffer, 0, "\xFF\xFE", 2)) {
-    m_begin = 2;
-    encoding = "UTF-16LE";
-  } else if (StartsWith(m_buffer, 0, "\xFE\xFF", 2)) {
-    m_begin = 2;
-    encoding = "UTF-16BE";
-  } else if (StartsWith(m_buffer, 0, "<\0?\0", 4)) {
-    encoding = "UTF-16LE";
-  } else if (StartsWith(m_buffer, 0, "\0<\0?", 4)) {
-    encoding = "UTF-16BE";
-  } else {
-    size_t name_at = 0;
-    encoding = DeclaredEncoding(m_buffer, 0, &name_at);
-    // A declaration read byte by byte cannot be in a two- or four-byte encoding whatever it says,
-    // so such a claim is read as UTF-8 (XML parsers do the same).
-    if (EqualsIgnoringCase(encoding, "utf-8") || EqualsIgnoringCase(encoding, "utf8") ||
-        EqualsIgnoringCase(encoding, "us-ascii") || EqualsIgnoringCase(encoding, "ascii") ||
-        StartsWithIgnoringCase(encoding, "utf-16") || StartsWithIgnoringCase(encoding, "utf16") ||
-        StartsWithIgnoringCase(encoding, "utf-32") || StartsWithIgnoringCase(encoding, "utf32") ||
-        StartsWithIgnoringCase(encoding, "ucs-2") || StartsWithIgnoringCase(encoding, "ucs-4")) {
-      encoding.clear();
-    }
-    if (!encoding.empty()) declared_at = AsciiPosition(m_buffer, 0, name_at);
+  const char* detected = EncodingByFirstBytes(std::string_view(m_bytes.data(), m_bytes.size()),
+                                              &m_begin);
+  if (detected == nullptr) {
+    std::string encoding;
+    ZemTextPosition declared_at;
+    if (!DeclaredEightBitEncoding(&encoding, &declared_at, error_text, error_at)) return false;
+    if (!encoding.empty() && !Transcode(encoding, declared_at, error_text, error_at)) return false;
+  } else if (std::strcmp(detected, "UTF-8") != 0 &&
+             !Transcode(detected, ZemTextPosition{1, 1}, error_text, error_at)) {
+    return false;
   }
-  if (!encoding.empty() && !Transcode(encoding, declared_at, error_text, error_at)) return false;
   IndexPositions();
+  if (detected != nullptr && !CheckDeclarationAgainst(detected, error_text, error_at)) {
+    return false;
+  }
+  return CheckNoNulByte(error_text, error_at);
+}
+
+bool ZemXmlText::DeclaredEightBitEncoding(std::string* encoding, ZemTextPosition* declared_at,
+                                          std::string* error_text,
+                                          ZemTextPosition* error_at) const {
+  const std::string_view text(data(), size());
+  Declaration declaration;
+  if (!FindDeclaration(text, &declaration) || declaration.encoding.empty() ||
+      IsUtf8Name(declaration.encoding)) {
+    return true;
+  }
+  *declared_at = AsciiPosition(text, declaration.name_at);
+  const IconvHandle converter("UTF-8", declaration.encoding);
+  if (!converter.valid()) {
+    *error_text = "unknown encoding '" + declaration.encoding + "'";
+    *error_at = *declared_at;
+    return false;
+  }
+  // The declaration was read one byte per character; an encoding that reads those bytes as other
+  // characters (UTF-16, UCS-2, UCS-4, UNICODE, WCHAR_T, EBCDIC, ...) cannot be the file's.
+  const std::string_view declaration_bytes = text.substr(0, declaration.end);
+  if (ConvertShort(converter, declaration_bytes) != declaration_bytes) {
+    *error_text = "encoding '" + declaration.encoding +
+                  "' does not match the file: its own declaration is not written in it";
+    *error_at = *declared_at;
+    return false;
+  }
+  *encoding = declaration.encoding;
   return true;
+}
+
+bool ZemXmlText::CheckDeclarationAgainst(const std::string& detected, std::string* error_text,
+                                         ZemTextPosition* error_at) const {
+  Declaration declaration;
+  if (!FindDeclaration(std::string_view(data(), size()), &declaration) ||
+      declaration.encoding.empty()) {
+    return true;
+  }
+  const std::string& declared = declaration.encoding;
+  const size_t unit = detected == "UTF-8" ? 1 : CodeUnitBytes(detected);
+  const size_t declared_unit = IsUtf8Name(declared) ? 1 : CodeUnitBytes(declared);
+  if (declared_unit == unit && (unit > 1 || IsUtf8Name(declared))) return true;
+  *error_at = PositionOf(declaration.name_at);
+  if (declared_unit == 0) {
+    *error_text = "unknown encoding '" + declared + "'";
+  } else {
+    *error_text = "the file is in " + detected + " by its first bytes but declares encoding '" +
+                  declared + "'";
+  }
+  return false;
 }
 
 bool ZemXmlText::Transcode(const std::string& encoding, const ZemTextPosition& declared_at,
                            std::string* error_text, ZemTextPosition* error_at) {
-  IconvHandle converter(encoding);
+  const IconvHandle converter("UTF-8", encoding);
   if (!converter.valid()) {
     *error_text = "unknown encoding '" + encoding + "'";
     *error_at = declared_at;
     return false;
   }
-  std::string out(size() + size() / 2 + 16, '\0');
+  ZemBytes out;
+  out.Reserve(size() + size() / 2 + 16);
   char* in_at = data();
   size_t in_left = size();
-  size_t used = 0;
   // Once the input is used up, a last call with no input flushes the shift state of stateful
   // encodings.
-  bool done = false;
-  while (!done) {
+  for (bool done = false; !done;) {
     const bool flushing = in_left == 0;
-    char* out_at = &out[used];
-    size_t out_left = out.size() - used;
+    const size_t room_size = std::max<size_t>(in_left + in_left / 2, 64);
+    char* room = out.AppendRoom(room_size);
+    char* out_at = room;
+    size_t out_left = room_size;
     const size_t converted =
         flushing ? iconv(converter.get(), nullptr, nullptr, &out_at, &out_left)
                  : iconv(converter.get(), &in_at, &in_left, &out_at, &out_left);
     const int reason = errno;
-    used = static_cast<size_t>(out_at - out.data());
+    out.Commit(static_cast<size_t>(out_at - room));
     if (converted != static_cast<size_t>(-1)) {
       done = flushing;
-      continue;
+    } else if (reason != E2BIG) {
+      *error_text = reason == EINVAL
+                        ? "the file ends inside a character of encoding '" + encoding + "'"
+                        : "invalid byte sequence for encoding '" + encoding + "'";
+      *error_at = EndPosition(out.data(), out.size());
+      return false;
     }
-    if (reason == E2BIG) {
-      out.resize(out.size() * 2);
-      continue;
-    }
-    *error_text = reason == EINVAL ? "the file ends inside a character of encoding '" + encoding + "'"
-                                   : "invalid byte sequence for encoding '" + encoding + "'";
-    *error_at = EndPosition(out.data(), used);
-    return false;
   }
-  out.resize(used);
-  m_buffer = std::move(out);
+  m_bytes = std::move(out);
   m_begin = 0;
   return true;
+}
+
+bool ZemXmlText::CheckNoNulByte(std::string* error_text, ZemTextPosition* error_at) const {
+  const void* nul = std::memchr(data(), '\0', size());
+  if (nul == nullptr) return true;
+  *error_text = "a NUL byte, which an XML document must not hold";
+  *error_at = PositionOf(static_cast<size_t>(static_cast<const char*>(nul) - data()));
+  return false;
 }
 
 void ZemXmlText::IndexPositions() {
   const char* text = data();
   const size_t length = size();
-  m_line_starts.assign(1, 0);
+  m_newlines.assign(length / WORD_BITS + 1, 0);
   m_char_starts.assign(length / WORD_BITS + 1, 0);
+  m_block_lines.assign(length / BLOCK_BYTES + 1, 0);
   m_block_chars.assign(length / BLOCK_BYTES + 1, 0);
-  size_t characters = 0;
-  for (size_t i = 0; i < length; ++i) {
-    if (i % BLOCK_BYTES == 0) m_block_chars[i / BLOCK_BYTES] = characters;
-    const unsigned char c = static_cast<unsigned char>(text[i]);
-    if (c == '\n') m_line_starts.push_back(i + 1);
-    if ((c & 0xC0) != 0x80) {
-      m_char_starts[i / WORD_BITS] |= uint64_t{1} << (i % WORD_BITS);
-      ++characters;
+  uint64_t lines = 0;
+  uint64_t characters = 0;
+  for (size_t word = 0; word * WORD_BITS < length; ++word) {
+    const size_t from = word * WORD_BITS;
+    if (from % BLOCK_BYTES == 0) {
+      m_block_lines[from / BLOCK_BYTES] = lines;
+      m_block_chars[from / BLOCK_BYTES] = characters;
     }
+    const size_t bits = std::min(WORD_BITS, length - from);
+    uint64_t newlines = 0;
+    uint64_t char_starts = 0;
+    for (size_t bit = 0; bit < bits; ++bit) {
+      const unsigned char c = static_cast<unsigned char>(text[from + bit]);
+      newlines |= uint64_t{c == '\n'} << bit;
+      char_starts |= uint64_t{(c & 0xC0) != 0x80} << bit;
+    }
+    m_newlines[word] = newlines;
+    m_char_starts[word] = char_starts;
+    lines += static_cast<uint64_t>(PopCount(newlines));
+    characters += static_cast<uint64_t>(PopCount(char_starts));
   }
-  if (length % BLOCK_BYTES == 0) m_block_chars[length / BLOCK_BYTES] = characters;
+  if (length % BLOCK_BYTES == 0) {
+    m_block_lines[length / BLOCK_BYTES] = lines;
+    m_block_chars[length / BLOCK_BYTES] = characters;
+  }
+}
+
+size_t ZemXmlText::LinesBefore(size_t offset) const {
+  const size_t block = offset / BLOCK_BYTES;
+  return m_block_lines[block] + CountBits(m_newlines, block * BLOCK_BYTES, offset);
 }
 
 size_t ZemXmlText::CharactersBefore(size_t offset) const {
   const size_t block = offset / BLOCK_BYTES;
-  size_t characters = m_block_chars[block];
-  const size_t word = offset / WORD_BITS;
-  for (size_t w = block * (BLOCK_BYTES / WORD_BITS); w < word; ++w) {
-    characters += std::bitset<WORD_BITS>(m_char_starts[w]).count();
-  }
-  const size_t bit = offset % WORD_BITS;
-  if (bit != 0) {
-    characters +=
-        std::bitset<WORD_BITS>(m_char_starts[word] & ((uint64_t{1} << bit) - 1)).count();
-  }
-  return characters;
+  return m_block_chars[block] + CountBits(m_char_starts, block * BLOCK_BYTES, offset);
+}
+
+size_t ZemXmlText::LineStart(size_t offset) const {
+  const size_t block = offset / BLOCK_BYTES;
+  const size_t in_block = LastBit(m_newlines, block * BLOCK_BYTES, offset);
+  if (in_block != NONE) return in_block + 1;
+  const uint64_t breaks = m_block_lines[block];
+  if (breaks == 0) return 0;
+  // The line break that ends the previous line lies in the last earlier block that starts with
+  // fewer line breaks before it.
+  const auto first_block = m_block_lines.begin();
+  const size_t holder = static_cast<size_t>(
+      std::lower_bound(first_block, first_block + static_cast<ptrdiff_t>(block), breaks) -
+      first_block) - 1;
+  return LastBit(m_newlines, holder * BLOCK_BYTES, (holder + 1) * BLOCK_BYTES) + 1;
 }
 
 ZemTextPosition ZemXmlText::PositionOf(size_t offset) const {
   offset = std::min(offset, size());
-  const auto after = std::upper_bound(m_line_starts.begin(), m_line_starts.end(), offset);
-  const size_t line = static_cast<size_t>(after - m_line_starts.begin());
-  const size_t line_start = *(after - 1);
   ZemTextPosition position;
-  position.line = ClampToInt(line);
-  position.column = ClampToInt(CharactersBefore(offset) - CharactersBefore(line_start) + 1);
+  position.line = ClampToInt(LinesBefore(offset) + 1);
+  position.column = ClampToInt(CharactersBefore(offset) - CharactersBefore(LineStart(offset)) + 1);
   return position;
 }

@@ -1,6 +1,7 @@
 // The text of a schema file made ready for the XML parser: decoded to UTF-8 (a byte order mark
-// skipped, a legacy or UTF-16/32 encoding transcoded), and indexed so that any byte offset of it
-// maps to a line and a column even after the parser has written into the text in place.
+// skipped, a legacy or UTF-16/32 encoding transcoded), refused when it holds a NUL byte or names an
+// encoding its bytes contradict, and indexed so that any byte offset of it maps to a line and a
+// column even after the parser has written into the text in place.
 #ifndef VELMORA_SCHEMA_ZEM_XML_TEXT_H_
 #define VELMORA_SCHEMA_ZEM_XML_TEXT_H_
 
@@ -8,6 +9,8 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "schema/zem_xml_input.h"
 
 // A place in the text: 1-based line and column, the column counted in characters.
 struct ZemTextPosition {
@@ -18,29 +21,45 @@ struct ZemTextPosition {
 class ZemXmlText {
  public:
   // Takes the file's bytes and decodes them. Returns false and sets *error_text and *error_at when
-  // the declared encoding is unknown or a byte sequence is invalid in it.
-  bool Decode(std::string bytes, std::string* error_text, ZemTextPosition* error_at);
+  // the declared encoding is unknown or contradicts the bytes, a byte sequence is invalid in it,
+  // or the text holds a NUL byte.
+  bool Decode(ZemBytes bytes, std::string* error_text, ZemTextPosition* error_at);
 
   // The UTF-8 text, to be parsed in place; the parser may overwrite it, the positions stay right.
-  char* data() { return &m_buffer[m_begin]; }
-  const char* data() const { return m_buffer.data() + m_begin; }
-  size_t size() const { return m_buffer.size() - m_begin; }
+  char* data() { return m_bytes.data() + m_begin; }
+  const char* data() const { return m_bytes.data() + m_begin; }
+  size_t size() const { return m_bytes.size() - m_begin; }
 
   // The position of a byte offset of data(); an offset past the end is the end of the text.
   ZemTextPosition PositionOf(size_t offset) const;
 
  private:
+  // The encoding named by the declaration of 8-bit text, checked against the declaration's bytes;
+  // "" for text read as UTF-8.
+  bool DeclaredEightBitEncoding(std::string* encoding, ZemTextPosition* declared_at,
+                                std::string* error_text, ZemTextPosition* error_at) const;
+  // After decoding text that announced its encoding by its first bytes: its declaration, if any,
+  // must name an encoding of that kind.
+  bool CheckDeclarationAgainst(const std::string& detected, std::string* error_text,
+                               ZemTextPosition* error_at) const;
   // Replaces the text by its UTF-8 transcoding; declared_at is where the encoding was named.
   bool Transcode(const std::string& encoding, const ZemTextPosition& declared_at,
                  std::string* error_text, ZemTextPosition* error_at);
+  bool CheckNoNulByte(std::string* error_text, ZemTextPosition* error_at) const;
   void IndexPositions();
+  size_t LinesBefore(size_t offset) const;
   size_t CharactersBefore(size_t offset) const;
+  size_t LineStart(size_t offset) const;
 
-  std::string m_buffer;
-  size_t m_begin = 0;                 // where the text starts in m_buffer (after a byte order mark)
-  std::vector<size_t> m_line_starts;  // offset of each line's first byte
-  std::vector<uint64_t> m_char_starts;  // bit per byte: set when the byte starts a character
-  std::vector<size_t> m_block_chars;  // characters before each block of 4096 bytes
+  ZemBytes m_bytes;
+  size_t m_begin = 0;  // where the text starts in m_bytes (after a byte order mark)
+  // One bit per byte of the text: a line break, and the first byte of a character. With the
+  // counts at the start of each block of 4096 bytes they give any line and column by counting
+  // bits of one block, without a record per line.
+  std::vector<uint64_t> m_newlines;
+  std::vector<uint64_t> m_char_starts;
+  std::vector<uint64_t> m_block_lines;  // line breaks before each block
+  std::vector<uint64_t> m_block_chars;  // characters before each block
 };
 
 #endif  // VELMORA_SCHEMA_ZEM_XML_TEXT_H_

@@ -5,6 +5,8 @@
 
 #include <velmora/zem.h>
 
+#include "base/ascii.h"
+
 namespace {
 
 constexpr size_t MAX_QUOTED_BYTES = 64;
@@ -28,7 +30,7 @@ const BaseType* FindBaseType(std::string_view name) {
     bool same = true;
     for (size_t i = 0; i < length && same; ++i) {
       const char c = name[i];
-      same = ((c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c) == type.name[i];
+      same = AsciiLower(c) == type.name[i];
     }
     if (same) return &type;
   }
@@ -65,30 +67,4 @@ NumberParse ParseInt(std::string_view text, int64_t* value) {
   }
   *value = negative ? -magnitude : magnitude;
   return (*value < INT32_MIN || *value > INT32_MAX) ? NUMBER_OUT_OF_RANGE : NUMBER_OK;
-}
-
-std::vector<std::string_view> SplitNames(std::string_view text) {
-  auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-  std::vector<std::string_view> pieces;
-  size_t start = 0;
-  while (start <= text.size()) {
-    size_t end = text.find(',', start);
-    if (end == std::string_view::npos) end = text.size();
-    size_t first = start;
-    size_t last = end;
-    while (first < last && blank(text[first])) ++first;
-    while (last > first && blank(text[last - 1])) --last;
-    if (last > first) pieces.push_back(text.substr(first, last - first));
-    start = end + 1;
-  }
-  return pieces;
-}
-
-std::string JoinNames(const std::vector<std::string_view>& pieces) {
-  std::string joined;
-  for (size_t i = 0; i < pieces.size(); ++i) {
-    if (i > 0) joined += ',';
-    joined += pieces[i];
-  }
-  return joined;
 }

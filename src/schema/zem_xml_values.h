@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // A base type of entries: its name in schema files and its type code.
 struct BaseType {
@@ -26,12 +25,24 @@ enum NumberParse { NUMBER_OK, NUMBER_OUT_OF_RANGE, NUMBER_NONE };
 // no numbers. A number outside the int range gives NUMBER_OUT_OF_RANGE, *value keeping its sign.
 NumberParse ParseInt(std::string_view text, int64_t* value);
 
-// Splits a list of names at ",", trims each piece of blanks, tabs and line breaks and skips empty
-// pieces. A repeated name stays repeated. The pieces point into text.
-std::vector<std::string_view> SplitNames(std::string_view text);
-
-// The pieces joined by ",".
-std::string JoinNames(const std::vector<std::string_view>& pieces);
+// Calls visit(piece) for each name of a list, in order: the text is split at ",", each piece is
+// trimmed of blanks, tabs and line breaks, and empty pieces are skipped. A repeated name stays
+// repeated. The pieces point into text; nothing is copied.
+template <typename Visit>
+void ForEachName(std::string_view text, Visit visit) {
+  auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+  size_t start = 0;
+  while (start <= text.size()) {
+    size_t end = text.find(',', start);
+    if (end == std::string_view::npos) end = text.size();
+    size_t first = start;
+    size_t last = end;
+    while (first < last && blank(text[first])) ++first;
+    while (last > first && blank(text[last - 1])) --last;
+    if (last > first) visit(text.substr(first, last - first));
+    start = end + 1;
+  }
+}
 
 // A text as messages quote it: in single quotes, cut after 64 bytes at a character boundary, so
 // that a huge value cannot flood a report.

@@ -1,0 +1,3 @@
+#include <velmora/version.h>
+
+const char* VelmoraVersion() { return VELMORA_VERSION_STRING; }
