@@ -103,21 +103,21 @@ std::string KindError(const std::string& text) {
   return "'" + text + "' is not generic, list or an integer";
 }
 
-// --list-rules and --explain CODE: answered as soon as they are read, without a schema. The
-// answer is left in *reference and parsing ends with CLI::Success.
-void AddRulesReferenceOptions(CLI::App& app, std::string* reference) {
+// --list-rules and --explain CODE: answered on out as soon as they are read, without a schema;
+// parsing then ends with CLI::Success.
+void AddRulesReferenceOptions(CLI::App& app, std::ostream& out) {
   app.add_flag_callback(
          "--list-rules",
-         [reference]() {
-           *reference = ListRules();
+         [&out]() {
+           out << ListRules();
            throw CLI::Success();
          },
          "List every result code the checks produce: number, name, one line")
       ->trigger_on_parse();
   app.add_option_function<std::string>(
          "--explain",
-         [reference](const std::string& code) {
-           *reference = ExplainRule(*FindRule(code));
+         [&out](const std::string& code) {
+           out << ExplainRule(*FindRule(code));
            throw CLI::Success();
          },
          "Explain a code, by name or number: rule, limits, texts, example")
@@ -214,14 +214,12 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "json"}));
   AddMaxInputSizeOption(app, options);
-  std::string reference;
-  AddRulesReferenceOptions(app, &reference);
+  AddRulesReferenceOptions(app, out);
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     // Help, version and reference requests end well; every other parse failure is a usage error.
-    out << reference;
     const int status = app.exit(error, out, err);
     parsed.exit_status = status == 0 ? 0 : 2;
     return parsed;
