@@ -71,7 +71,7 @@ class CheckTableProbe {
   static const std::string& ServerVersion(const CheckTable& c) { return c.m_svr_ver; }
   static int ReportFormatText(CheckTable& c, LPWLOGCATEGORYINST log, const WLOGLOCINFO& loc,
                               int result, const char* text) {
-    return c.ReportFormatText(log, loc, result, text);
+    return c.ReportFormatText(log, loc, result, CheckTableElement{}, text, text);
   }
 };
 

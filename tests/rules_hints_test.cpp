@@ -63,9 +63,10 @@ const std::vector<std::string> kReportHeadings = {
 // The calls that write a text at error priority, and whether they always do (the others name
 // their priority in an argument).
 const std::map<std::string, bool> kReportingCalls = {
-    {"REPORT_ERROR", true}, {"REPORT_ERROR_AT", true}, {"ReportFormatText", true},
-    {"Report", false},      {"REPORT_NOTE", false},    {"LOG_LINE", false},
-    {"LOG_LINE_AT", false},
+    {"REPORT_ERROR", true},    {"REPORT_ERROR_AT", true},     {"REPORT_ERROR_ON", true},
+    {"REPORT_ERROR_ON_AT", true}, {"REPORT_ATTRS_AT", true},   {"LOG_FAILURE_LINE_AT", true},
+    {"ReportFormatText", true},   {"Report", false},           {"REPORT_NOTE", false},
+    {"LOG_LINE", false},          {"LOG_LINE_AT", false},
 };
 
 bool IsIdentifierChar(char c) {

@@ -1109,3 +1109,47 @@ TEST(ZemXmlLoader, MessagesReadFileLineColumnKindText) {
 }
 
 }  // namespace
+
+namespace {
+
+bool SamePlace(const ZemPlace& place, int line, int column) {
+  return place.line == line && place.column == column;
+}
+
+}  // namespace
+
+TEST(ZemXmlLoader, KeepsThePlacesOfStructsEntriesIndexesAndKeyAttributes) {
+  const std::string text =
+      "<metalib name=\"m\">\n"
+      "  <struct name=\"pos\">\n"
+      "    <entry name=\"x\" type=\"int32\" customattr2=\"sort1\"/>\n"
+      "  </struct>\n"
+      "\t<struct name=\"t\"\n"
+      "          primarykey=\"a\" splittablekey=\"a\" customattr2=\"TableType=GENERIC\">\n"
+      "    <entry name=\"a\" type=\"int32\"/>\n"
+      "    <index name=\"by_a\" column=\"a\"/>\n"
+      "    <entry name=\"p\" type=\"pos\"/>\n"
+      "  </struct>\n"
+      "</metalib>\n";
+  const ZemLoadResult result = ZemLoadXmlText("m.xml", text);
+  ASSERT_TRUE(result.ok) << result.error.text;
+  LPZEMMETALIB lib = result.metalib.get();
+  LPZEMMETA pos = zem_get_meta_by_name(lib, "pos");
+  LPZEMMETA table = zem_get_meta_by_name(lib, "t");
+  const ZemSourcePlaces& places = result.places;
+  EXPECT_TRUE(SamePlace(places.Of(pos), 2, 3));
+  EXPECT_TRUE(SamePlace(places.Of(zem_get_entry_by_index(pos, 0)), 3, 5));
+  EXPECT_TRUE(SamePlace(
+      places.OfAttribute(zem_get_entry_by_index(pos, 0), ZemSourcePlaces::CUSTOM_ATTR2), 3, 34));
+  EXPECT_TRUE(SamePlace(places.Of(table), 5, 2));
+  EXPECT_TRUE(SamePlace(places.OfAttribute(table, ZemSourcePlaces::PRIMARY_KEY), 6, 11));
+  EXPECT_TRUE(SamePlace(places.OfAttribute(table, ZemSourcePlaces::SPLIT_TABLE_KEY), 6, 26));
+  EXPECT_TRUE(SamePlace(places.OfAttribute(table, ZemSourcePlaces::CUSTOM_ATTR2), 6, 44));
+  EXPECT_TRUE(SamePlace(places.Of(zem_get_entry_by_index(table, 1)), 9, 5));
+  EXPECT_TRUE(SamePlace(places.Of(zem_meta_index(table, 0)), 8, 5));
+  // Absent attributes and foreign pointers have no place.
+  EXPECT_TRUE(SamePlace(places.OfAttribute(pos, ZemSourcePlaces::PRIMARY_KEY), 0, 0));
+  EXPECT_TRUE(SamePlace(
+      places.OfAttribute(zem_get_entry_by_index(table, 0), ZemSourcePlaces::CUSTOM_ATTR2), 0, 0));
+  EXPECT_TRUE(SamePlace(places.Of(&text), 0, 0));
+}

@@ -16,6 +16,7 @@
 #include <string>
 
 #include <velmora/check_table_error.h>
+#include <velmora/check_table_findings.h>
 #include <velmora/export.h>
 #include <velmora/wlog.h>
 #include <velmora/zem.h>
@@ -75,6 +76,7 @@ class VELMORA_API CheckTable {
 
  private:
   friend class CheckTableProbe;  // lets the tests call the individual checks
+  friend class CheckTableSteps;  // lets the command run the entry point's steps one by one
 
   // The entry points' shared steps: both names given and the table name well-formed, then the
   // table's meta found in the library. Failures are reported at loc, the calling entry point.
@@ -97,7 +99,18 @@ class VELMORA_API CheckTable {
     kFieldSizes,
     kRepeatedFieldName,
   };
+  // The steps in that order.
+  static const TableStep kTableSteps[];
+  static const int kTableStepNum = 9;
   int RunTableChecks(const TableCall& call);
+  // Runs one step on its own, as the entry point runs it once the table is found, with the same
+  // arguments, and reports its failure as the entry point does. Reports nothing and returns
+  // CHECK_TABLE_ERROR_INVALID_PARAMETER for arguments the entry point refuses, and
+  // CHECK_TABLE_ERROR_SYSTEM_ERROR when the library has no meta of that name.
+  int RunTableStepAlone(TableStep step, LPZEMMETALIB metalib, const char* metaname,
+                        int table_type, LPWLOGCATEGORYINST log_handle,
+                        const std::string& svrMinVersion, const std::string& proxyMinVersion,
+                        const std::string& restProxyMinVer);
   int RunTableStep(TableStep step, const TableCall& call);
   int ReportTableStepFailure(TableStep step, const TableCall& call, int ret);
   int CheckKeyCountForOldProxies(const TableCall& call);
@@ -131,22 +144,22 @@ class VELMORA_API CheckTable {
                            const char* meta_name);
   int CheckWhetherTypeSupportted(LPZEMMETAENTRY pstEntry, LPWLOGCATEGORYINST log_handle);
   // The lines of a field above its size limit (max_len bytes), and of every field's size.
-  void LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len, const char* name,
+  void LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len, LPZEMMETAENTRY pstEntry,
                          int64_t len);
   void LogFieldLength(LPWLOGCATEGORYINST log_handle, int type, int64_t len,
                       const char* svrMinVersion);
   bool CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_handle,
                           const std::string& svrMinVersion);
   int CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
-  int CheckFieldName(const char* str, LPWLOGCATEGORYINST log_handle);
+  int CheckFieldName(LPZEMMETAENTRY pstEntry, LPWLOGCATEGORYINST log_handle);
   int CheckRepeatedFieldName(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle);
-  int CheckFieldNamesDiffer(int i, const char* entry_name, int j, const char* cmp_entry_name,
+  int CheckFieldNamesDiffer(int i, const char* entry_name, int j, LPZEMMETAENTRY pstCmpEntry,
                             LPWLOGCATEGORYINST log_handle);
   int CheckStringWithCount(LPZEMMETA meta, std::string& strResult, LPWLOGCATEGORYINST log_handle);
 
   // Table type attributes, and the steps of CheckTableTypeByCustomAttr.
   struct CustomAttrCall;
-  int ParseDataProtocol(const std::string& destMetaAttr2, char* data_protocol,
+  int ParseDataProtocol(LPZEMMETA meta, const std::string& destMetaAttr2, char* data_protocol,
                         bool check_data_protocol, LPWLOGCATEGORYINST log_handle);
   int ParseTableType(const CustomAttrCall& call);
   int ParseGenericTable(const CustomAttrCall& call);
@@ -171,13 +184,19 @@ class VELMORA_API CheckTable {
 
   // Reporting. Every failure goes through Report: the message is formatted into the error buffer
   // (an overlong one is cut to 1023 bytes, a failed format leaves it empty), then logged through
-  // "%s" when the category's gate lets the priority through. Returns result.
+  // "%s" when the category's gate lets the priority through, and handed with the element it is
+  // about to the observer of the thread, if any. Returns result.
   int Report(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLOCINFO& loc, int result,
-             const char* format, ...) __attribute__((format(printf, 6, 7)));
+             const CheckTableElement& element, const char* format, ...)
+      __attribute__((format(printf, 7, 8)));
   // Reports text that holds schema names and was once used as a format with no arguments: "%%"
   // becomes "%", every other byte stays as it is, so no name can act as a conversion.
+  // format is the text the message was made from, for the observer.
   int ReportFormatText(LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc, int result,
-                       const char* text);
+                       const CheckTableElement& element, const char* format, const char* text);
+  // Hands the error buffer, just reported, to the observer of the thread.
+  void NotifyErrorBuffer(int priority, int result, const CheckTableElement& element,
+                         const char* format) const;
   // Logs the error buffer through "%s" when the gate lets the priority through.
   void LogErrorBuffer(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLOCINFO& loc) const;
   // The event of one log line: its priority and location; the log library fills the rest.

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include <velmora/export.h>
@@ -56,12 +57,43 @@ struct ZemMetaInfo {
   bool has_primary_key = false;
 };
 
+// A place in a schema file: 1-based line and column; line 0 when there is none.
+struct ZemPlace {
+  int line = 0;
+  int column = 0;
+};
+
+// Where the elements of a loaded file stand: every struct and union, entry (of every struct and
+// union) and index, and the attributes primarykey, splittablekey and customattr2 of structs and
+// entries. Found by the handles of the metalib the file was loaded into.
+class VELMORA_API ZemSourcePlaces {
+ public:
+  enum Attribute { PRIMARY_KEY, SPLIT_TABLE_KEY, CUSTOM_ATTR2, ATTRIBUTE_NUM };
+
+  // The element of a meta, entry or index handle; no place for any other pointer.
+  ZemPlace Of(const void* handle) const;
+  // The attribute of a meta (any of the three) or an entry (customattr2); no place when the
+  // element was written without it.
+  ZemPlace OfAttribute(const void* handle, Attribute attribute) const;
+
+  // Records the place of the element of a handle, and of its attributes.
+  void Add(const void* handle, const ZemPlace& element, const ZemPlace* attributes);
+
+ private:
+  struct Places {
+    ZemPlace element;
+    ZemPlace attributes[ATTRIBUTE_NUM];
+  };
+  std::unordered_map<const void*, Places> m_places;
+};
+
 struct ZemLoadResult {
   bool ok = false;
   ZemMetaLibPtr metalib;                 // set when ok
   ZemLoadMessage error;                  // set when not ok
   std::vector<ZemLoadMessage> warnings;  // unknown elements and attributes, repeated macros
   std::vector<ZemMetaInfo> metas;        // set when ok
+  ZemSourcePlaces places;                // of the metalib's elements, when ok
 };
 
 // Reads and loads a schema file: a regular file, or a stream read in blocks. A file declared in a

@@ -44,7 +44,7 @@ CheckTable::CheckTable(const std::string& svrMinVersion) : m_svr_ver(svrMinVersi
 CheckTable::~CheckTable() = default;
 
 int CheckTable::Report(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLOCINFO& loc,
-                       int result, const char* format, ...) {
+                       int result, const CheckTableElement& element, const char* format, ...) {
   va_list args;
   va_start(args, format);
   const int n = std::vsnprintf(m_szErrorType, sizeof(m_szErrorType), format, args);
@@ -55,10 +55,12 @@ int CheckTable::Report(LPWLOGCATEGORYINST log_handle, int priority, const WLOGLO
     m_szErrorType[sizeof(m_szErrorType) - 1] = '\0';
   }
   LogErrorBuffer(log_handle, priority, loc);
+  NotifyErrorBuffer(priority, result, element, format);
   return result;
 }
 
 int CheckTable::ReportFormatText(LPWLOGCATEGORYINST log_handle, const WLOGLOCINFO& loc, int result,
+                                 const CheckTableElement& element, const char* format,
                                  const char* text) {
   size_t length = 0;
   for (const char* p = text; *p != '\0' && length + 1 < sizeof(m_szErrorType); ++p) {
@@ -67,7 +69,15 @@ int CheckTable::ReportFormatText(LPWLOGCATEGORYINST log_handle, const WLOGLOCINF
   }
   m_szErrorType[length] = '\0';
   LogErrorBuffer(log_handle, WLOG_PRIORITY_ERROR, loc);
+  NotifyErrorBuffer(WLOG_PRIORITY_ERROR, result, element, format);
   return result;
+}
+
+void CheckTable::NotifyErrorBuffer(int priority, int result, const CheckTableElement& element,
+                                   const char* format) const {
+  // Only lines at error priority tell of a failure; the others are progress or notes.
+  if (t_check_table_observer == nullptr || priority != WLOG_PRIORITY_ERROR) return;
+  NotifyCheckTableFailure(result, priority, format, m_szErrorType, element);
 }
 
 void CheckTable::LogErrorBuffer(LPWLOGCATEGORYINST log_handle, int priority,
@@ -137,17 +147,35 @@ int CheckTable::VelmoraCheckTable(LPZEMMETALIB metalib, const char* metaname, co
   return CHECK_TABLE_SUCCESS;
 }
 
+const CheckTable::TableStep CheckTable::kTableSteps[kTableStepNum] = {
+    TableStep::kPrimaryKey,      TableStep::kKeyCount,   TableStep::kNameLength,
+    TableStep::kValueField,      TableStep::kSplittableKey, TableStep::kIndex,
+    TableStep::kFieldNameLength, TableStep::kFieldSizes, TableStep::kRepeatedFieldName,
+};
+
 int CheckTable::RunTableChecks(const TableCall& call) {
-  static const TableStep kSteps[] = {
-      TableStep::kPrimaryKey,      TableStep::kKeyCount,   TableStep::kNameLength,
-      TableStep::kValueField,      TableStep::kSplittableKey, TableStep::kIndex,
-      TableStep::kFieldNameLength, TableStep::kFieldSizes, TableStep::kRepeatedFieldName,
-  };
-  for (const TableStep step : kSteps) {
+  for (const TableStep step : kTableSteps) {
     const int ret = RunTableStep(step, call);
     if (ret != CHECK_TABLE_SUCCESS) return ReportTableStepFailure(step, call, ret);
   }
   return CHECK_TABLE_SUCCESS;
+}
+
+int CheckTable::RunTableStepAlone(TableStep step, LPZEMMETALIB metalib, const char* metaname,
+                                  int table_type, LPWLOGCATEGORYINST log_handle,
+                                  const std::string& svrMinVersion,
+                                  const std::string& proxyMinVersion,
+                                  const std::string& restProxyMinVer) {
+  m_svr_ver = svrMinVersion;
+  if (metalib == nullptr || metaname == nullptr || !IsKnownTableKind(table_type)) {
+    return CHECK_TABLE_ERROR_INVALID_PARAMETER;
+  }
+  LPZEMMETA pstMeta = zem_get_meta_by_name(metalib, metaname);
+  if (pstMeta == nullptr) return CHECK_TABLE_ERROR_SYSTEM_ERROR;
+  const TableCall call{pstMeta,       metaname,        table_type,     log_handle,
+                       svrMinVersion, proxyMinVersion, restProxyMinVer};
+  const int ret = RunTableStep(step, call);
+  return ret == CHECK_TABLE_SUCCESS ? ret : ReportTableStepFailure(step, call, ret);
 }
 
 int CheckTable::RunTableStep(TableStep step, const TableCall& call) {
@@ -248,8 +276,8 @@ int CheckTable::CheckFieldSizesForServers(const TableCall& call) {
   }
   // The buffer keeps the length check's own list of offending fields; the log line names the
   // field name check, as operators have always seen it.
-  LOG_LINE_AT(call.log_handle, WLOG_PRIORITY_ERROR, ENTRY_POINT_LOC,
-              "CheckFieldNameLength failed! table:'%s', svrMinVersion:%s", call.metaname,
-              call.svrMinVersion.c_str());
+  LOG_FAILURE_LINE_AT(call.log_handle, OnTable(), ERROR_ENTRY_LENGTH_NOT_LEGAL, ENTRY_POINT_LOC,
+                      "CheckFieldNameLength failed! table:'%s', svrMinVersion:%s", call.metaname,
+                      call.svrMinVersion.c_str());
   return ERROR_ENTRY_LENGTH_NOT_LEGAL;
 }

@@ -127,7 +127,7 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
   if (CheckStringDisplayCharset(destMetaAttr2.c_str(), log_handle) != CHECK_TABLE_SUCCESS) {
     return WARN_NEW_TABLE_DEFINE_AND_HAS_ERROR;
   }
-  ret = ParseDataProtocol(destMetaAttr2, data_protocol, check_data_protocol, log_handle);
+  ret = ParseDataProtocol(meta, destMetaAttr2, data_protocol, check_data_protocol, log_handle);
   if (ret != CHECK_TABLE_SUCCESS) return ret;
 
   const CustomAttrCall call{metalib,   meta,     metaname,       destMetaAttr2, table_type,
@@ -135,20 +135,21 @@ int CheckTable::CheckTableTypeByCustomAttr(LPZEMMETALIB metalib, const char* met
   return ParseTableType(call);
 }
 
-int CheckTable::ParseDataProtocol(const std::string& destMetaAttr2, char* data_protocol,
-                                  bool check_data_protocol, LPWLOGCATEGORYINST log_handle) {
+int CheckTable::ParseDataProtocol(LPZEMMETA meta, const std::string& destMetaAttr2,
+                                  char* data_protocol, bool check_data_protocol,
+                                  LPWLOGCATEGORYINST log_handle) {
   const char* attr = destMetaAttr2.c_str();
-  const bool has_data_protocol_type = strstri(attr, "DataProtocolType=") != nullptr;
-  if (!has_data_protocol_type) {
+  if (strstri(attr, "DataProtocolType=") == nullptr) {
     if (!check_data_protocol) return CHECK_TABLE_SUCCESS;
-    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                           "DataProtocolType must be existed, please check it.");
+    return REPORT_ERROR_ON_AT(log_handle, OnTableAttributes(meta), CUSTOM_ATTR_LOC,
+                              CHECK_TABLE_ERROR_SYSTEM_ERROR,
+                              "DataProtocolType must be existed, please check it.");
   }
   std::string protocol;
   if (GetAssignStrFromSourStr(attr, ";", "DataProtocolType=", protocol, strstri) == nullptr ||
       !IsDataProtocol(protocol)) {
-    return REPORT_ERROR_AT(
-        log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_ON_AT(
+        log_handle, OnTableAttributes(meta), CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
         "DataProtocolType is error,it must be like:DataProtocolType=ZEM|PB|PLAIN.");
   }
   // Safe for the caller's 6-byte buffer: an accepted value has at most 5 characters, so at most
@@ -156,8 +157,7 @@ int CheckTable::ParseDataProtocol(const std::string& destMetaAttr2, char* data_p
   if (data_protocol != nullptr) {
     std::memcpy(data_protocol, protocol.c_str(), protocol.size() + 1);
   }
-  // A string that declares nothing but its protocol still counts as an old-style definition,
-  // although the protocol has been handed back. Deliberate.
+  // Only a protocol still counts as an old-style definition, though it was handed. Deliberate.
   if (destMetaAttr2.size() <= kProtocolOnlyMaxLength) return ERROR_OLD_TABLE_DEFINE;
   return CHECK_TABLE_SUCCESS;
 }
@@ -169,7 +169,7 @@ int CheckTable::ParseTableType(const CustomAttrCall& call) {
   if (call.Has("LIST")) return ParseListTable(call);
   // Only the display charset (and perhaps the protocol) is set: accepted as it is.
   if (call.Has("stringdisplaycharset")) return CHECK_TABLE_SUCCESS;
-  return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+  return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                          "TableType is error,it must be like:TableType=GENERIC|LIST|SORTLIST;ListNum=1023.");
 }
 
@@ -182,7 +182,7 @@ int CheckTable::ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_
   // These lines carry their own location (lines 184 and 192); taking it from the record the log
   // line is written with keeps the text and the line in agreement. The buffer keeps the last one.
   const WLOGLOCINFO svr_ver_loc = CUSTOM_ATTR_LOC;
-  (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS,
+  (void)Report(log_handle, WLOG_PRIORITY_INFO, svr_ver_loc, CHECK_TABLE_SUCCESS, OnTable(),
                "%s(%d)-<%s>:  m_svr_ver:%s table:'%s'", svr_ver_loc.loc_file,
                svr_ver_loc.loc_line, svr_ver_loc.loc_function, m_svr_ver.c_str(), metaname);
   const bool ge340193000 = RealCmpVersion(m_svr_ver.c_str(), kLongListServerVersion, true) >= 0;
@@ -190,7 +190,7 @@ int CheckTable::ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_
   // The line says ">" although an equal version takes this path too. Deliberate. Like the line
   // above, it names its own source line (192), which operators have always seen.
   const WLOGLOCINFO long_list_loc = CUSTOM_ATTR_LOC;
-  (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS,
+  (void)Report(log_handle, WLOG_PRIORITY_INFO, long_list_loc, CHECK_TABLE_SUCCESS, OnTable(),
                "%s(%d)-<%s>:  m_svr_ver(%s) > 3.40.0.193000 table:'%s'", long_list_loc.loc_file,
                long_list_loc.loc_line, long_list_loc.loc_function, m_svr_ver.c_str(), metaname);
   return kLongListBound;
@@ -198,11 +198,11 @@ int CheckTable::ListBoundForServer(const char* metaname, LPWLOGCATEGORYINST log_
 
 int CheckTable::ParseGenericTable(const CustomAttrCall& call) {
   if (!CheckStr(call.attr(), "GENERIC")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                            "generic table:table_type must be GENERIC,please check it.");
   }
   if (call.Has("ListNum") || call.Has("SortFieldNum") || call.Has("SortRule")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                            "table_type is generic,but customattr has contain ListNum or SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
   }
   const int ret = CheckUnmarkedEntries(call.metalib, call.meta, false, call.log_handle);
@@ -211,7 +211,7 @@ int CheckTable::ParseGenericTable(const CustomAttrCall& call) {
   call.list_num = 0;
   // The buffer keeps this line after success.
   (void)Report(call.log_handle, WLOG_PRIORITY_INFO, CUSTOM_ATTR_LOC, CHECK_TABLE_SUCCESS,
-               "table:%s table_type is generic.", call.metaname);
+               OnTable(), "table:%s table_type is generic.", call.metaname);
   return CHECK_TABLE_SUCCESS;
 }
 
@@ -236,14 +236,14 @@ int CheckTable::ParseListNum(const CustomAttrCall& call) {
   std::string list_num_str;
   GetAssignStrFromSourStr(call.attr(), ";", "ListNum=", list_num_str, FindCaseSensitive);
   if (list_num_str.empty()) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "%s", kListNumUsage);
   }
   if (!IsDigit(list_num_str.c_str())) {
     // Not a number: the name of a macro of the schema. An unknown one leaves list_num alone.
     int macro_value = 0;
     if (zem_get_macro_value(&macro_value, call.metalib, list_num_str.c_str()) != 0) {
-      return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+      return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                              "can't find macro:%s from zem:%s,please check.", list_num_str.c_str(),
                              call.metaname);
     }
@@ -255,12 +255,12 @@ int CheckTable::ParseListNum(const CustomAttrCall& call) {
   // The usage texts keep saying "1-1023" whatever the server allows.
   const int max_list_elem_cnt = ListBoundForServer(call.metaname, call.log_handle);
   if (call.list_num < 1 || call.list_num >= max_list_elem_cnt) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "list_num must be [1,%d],but now list_num:%d,list_num_str:%s,custom_str:%s",
                            max_list_elem_cnt - 1, call.list_num, list_num_str.c_str(), call.attr());
   }
   if (!CheckStr(call.attr(), "ListNum")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "%s", kListNumUsage);
   }
   return CHECK_TABLE_SUCCESS;
@@ -269,7 +269,7 @@ int CheckTable::ParseListNum(const CustomAttrCall& call) {
 int CheckTable::ParseSortedListTable(const CustomAttrCall& call) {
   // "TaleType" is how operators have always read this message; keep the spelling.
   if (!CheckStr(call.attr(), "SORTLIST")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                            "sort list table:it must be TaleType=SORTLIST,please check it.");
   }
   call.table_type = kSortedListTable;
@@ -277,18 +277,18 @@ int CheckTable::ParseSortedListTable(const CustomAttrCall& call) {
   std::string sort_num_str;
   GetAssignStrFromSourStr(call.attr(), ";", "SortFieldNum=", sort_num_str, FindCaseSensitive);
   if (sort_num_str.empty()) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "%s", kSortNumUsage);
   }
   // No macro here: a value that is not a number reads as 0 and fails the range.
   call.sort_field_num = LowInt32(std::strtol(sort_num_str.c_str(), nullptr, 10));
   if (call.sort_field_num < 1 || call.sort_field_num > VELMORA_MAX_LIST_SORT_NUM) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "sort_field_num must be [1,%d],but now custom_str:%s",
                            static_cast<int>(VELMORA_MAX_LIST_SORT_NUM), call.attr());
   }
   if (!CheckStr(call.attr(), "SortFieldNum")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "%s", kSortNumUsage);
   }
   const int ret = ParseSortRule(call);
@@ -309,11 +309,11 @@ int CheckTable::ParseSortRule(const CustomAttrCall& call) {
   } else if (sort_rule_str == "INSC") {
     call.sort_rule = kSortRuleAscending;
   } else {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "SortRule str must be DESC or INSC,but now custom_str:%s", call.attr());
   }
   if (!CheckStr(call.attr(), "SortRule")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
                            "SortRule str must be SortRule=DESC/INSC,but now custom_str:%s",
                            call.attr());
   }
@@ -322,11 +322,11 @@ int CheckTable::ParseSortRule(const CustomAttrCall& call) {
 
 int CheckTable::ParsePlainListTable(const CustomAttrCall& call) {
   if (!CheckStr(call.attr(), "LIST")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                            "list table:table_type must be LIST,please check it.");
   }
   if (call.Has("SortFieldNum") || call.Has("SortRule")) {
-    return REPORT_ERROR_AT(call.log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
+    return REPORT_ATTRS_AT(call, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
                            "table_type is list,but customattr has contain SortFieldNum or SortRule,don't forget to check the entry's customattr2.");
   }
   return CheckUnmarkedEntries(call.metalib, call.meta, true, call.log_handle);
@@ -403,11 +403,11 @@ int CheckTable::CheckUnmarkedEntries(LPZEMMETALIB metalib, LPZEMMETA meta, bool 
         const char* cus_attr_2 = zem_get_entry_customattr2(metalib, pstEntry);
         if (cus_attr_2 == nullptr || cus_attr_2[0] == '\0') return CHECK_TABLE_SUCCESS;
         if (list_table) {
-          return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                                 "table_type is list,entry field can't contain customattr2.");
+          return REPORT_ERROR_ON_AT(log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC,
+                                    CHECK_TABLE_ERROR_SYSTEM_ERROR, "table_type is list,entry field can't contain customattr2.");
         }
-        return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_SYSTEM_ERROR,
-                               "table_type is generic,entry field can't contain customattr2.");
+        return REPORT_ERROR_ON_AT(log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC,
+                                  CHECK_TABLE_ERROR_SYSTEM_ERROR, "table_type is generic,entry field can't contain customattr2.");
       },
       [&](int slot) { return ReportUnreadableEntry(log_handle, slot); });
 }
@@ -439,19 +439,19 @@ int CheckTable::CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int
   }
   // Every element of a list shares the table's key, so a key field cannot order them.
   if (IsPrimaryKeyEntry(pstEntry)) {
-    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                           "sortfield not support keyfield %s", zem_get_entry_name(pstEntry));
+    return REPORT_ERROR_ON_AT(log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC,
+                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "sortfield not support keyfield %s", zem_get_entry_name(pstEntry));
   }
   const int type = zem_get_entry_type(pstEntry);
   if (!IsSortFieldType(type)) {
-    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                           "sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double",
+    return REPORT_ERROR_ON_AT(log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC,
+                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "sortfield(%s)'s type(%d) just support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double",
                            zem_get_entry_name(pstEntry), type);
   }
   const int mark = SortMarkNumber(cus_attr_2);
   if (mark == 0) {
-    return REPORT_ERROR_AT(
-        log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_ON_AT(
+        log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
         "The customattr2 is just used to SortList,it must be sort1,sort2,sort3,sort4");
   }
   ++sort_num[mark - 1];

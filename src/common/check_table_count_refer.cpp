@@ -79,7 +79,13 @@ class OffendingEntries {
   OffendingEntries(std::string& strResult, Gather gather)
       : m_result(strResult), m_gather(std::move(gather)) {}
 
-  void Add(const char* heading, const char* entry_name) {
+  // Lists the entry, found by the check whose heading and result are given.
+  void Add(const char* heading, LPZEMMETAENTRY pstEntry, int result) {
+    const char* entry_name = zem_get_entry_name(pstEntry);
+    if (t_check_table_observer != nullptr) {
+      NotifyFailure(result, heading, (std::string(heading) + entry_name).c_str(),
+                    OnEntry(pstEntry));
+    }
     if (m_result.empty()) m_result = heading;
     if (m_gather) {
       m_gather(m_names);
@@ -285,7 +291,7 @@ WalkOutcome CountReferWalk::Table(LPZEMMETA meta, int depth) {
     LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
     if (pstEntry == nullptr) continue;  // an empty slot has no count to judge
     if (IsArrayWithoutRefer(pstEntry)) {
-      m_entries.Add(kCountWithoutReferHeading, zem_get_entry_name(pstEntry));
+      m_entries.Add(kCountWithoutReferHeading, pstEntry, ERROR_COUNT_WITHNOT_REFER);
     }
     if (IsStructEntry(pstEntry)) TableBelow(EntryTypeMeta(meta, pstEntry), depth, &outcome);
   }
@@ -327,7 +333,9 @@ void CountReferWalk::ChangeOfEntry(LPZEMMETA old_meta, LPZEMMETA new_meta, int n
     return;
   }
   // A new entry, and all of a new struct's members, are judged in full.
-  if (IsArrayWithoutRefer(pstNew)) m_entries.Add(kNewCountWithoutReferHeading, new_name);
+  if (IsArrayWithoutRefer(pstNew)) {
+    m_entries.Add(kNewCountWithoutReferHeading, pstNew, ERROR_COUNT_WITHNOT_REFER);
+  }
   if (IsStructEntry(pstNew)) TableBelow(EntryTypeMeta(new_meta, pstNew), depth, outcome);
 }
 
@@ -368,7 +376,7 @@ int CheckTable::CheckStringWithCount(LPZEMMETA meta, std::string& strResult,
     LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
     if (pstEntry == nullptr) continue;  // an empty slot has no type to judge
     if (IsStringWithCount(pstEntry)) {
-      offending.Add(kStringWithCountHeading, zem_get_entry_name(pstEntry));
+      offending.Add(kStringWithCountHeading, pstEntry, ERROR_FIELD_TYPE_ILLEGAL);
     }
   }
   return ResultOf(strResult, ERROR_FIELD_TYPE_ILLEGAL);

@@ -61,6 +61,10 @@ const int kFieldNameMaxLen = VELMORA_MAX_FIELD_NAME - 1;
 // Bytes of the buffer the repetition message is composed in before it reaches the error buffer.
 const size_t kRepeatedNameMessageSize = 8096;
 
+// The repetition message, named once for its format and for the observer.
+#define REPEATED_NAME_FORMAT \
+  "using strncasecmp, the field name is repeated. field_name:%s, entry_index:%d, cmp_field_name:%s, cmp_entry_index:%d"
+
 // The size of an entry in bytes. Two factors of at most 32 bits: the 64-bit product neither wraps
 // nor hides a huge array.
 int64_t EntryLength(LPZEMMETAENTRY pstEntry) {
@@ -96,7 +100,8 @@ int CheckTable::CheckValueField(LPZEMMETA meta, int table_type, const std::strin
       [&](int, LPZEMMETAENTRY pstEntry) -> int {
         if (IsPrimaryKeyEntry(pstEntry)) return CHECK_TABLE_SUCCESS;
         if (CheckWhetherTypeSupportted(pstEntry, log_handle) != CHECK_TABLE_SUCCESS) {
-          return REPORT_ERROR_AT(log_handle, VALUE_FIELD_LOC, ERROR_FIELD_TYPE_ILLEGAL,
+          return REPORT_ERROR_ON_AT(log_handle, OnEntry(pstEntry), VALUE_FIELD_LOC,
+                                    ERROR_FIELD_TYPE_ILLEGAL,
                                  "The entry type is not supported! entry_name:'%s' table='%s'",
                                  zem_get_entry_name(pstEntry), meta_name);
         }
@@ -113,7 +118,8 @@ int CheckTable::CheckValueField(LPZEMMETA meta, int table_type, const std::strin
   ret = CheckStringWithCount(meta, strResult, log_handle);
   if (ret != CHECK_TABLE_SUCCESS) {
     // The report holds entry names, so it is copied as text and never read as a format.
-    return ReportFormatText(log_handle, CHECK_TABLE_LOC, ret, strResult.c_str());
+    return ReportFormatText(log_handle, CHECK_TABLE_LOC, ret, OnTable(), strResult.c_str(),
+                            strResult.c_str());
   }
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckValueField success! table: '%s' ", meta_name);
@@ -200,7 +206,7 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
         const int64_t len = EntryLength(pstEntry);
         const int64_t max_len = IsPrimaryKeyEntry(pstEntry) ? kKeyFieldMaxLen : value_max_len;
         if (len > max_len) {
-          LogFieldOverLimit(log_handle, max_len, zem_get_entry_name(pstEntry), len);
+          LogFieldOverLimit(log_handle, max_len, pstEntry, len);
           err_str += zem_get_entry_name(pstEntry);
           err_str += "|";
         }
@@ -225,31 +231,34 @@ bool CheckTable::CheckValueFieldLen(LPZEMMETA pstMeta, LPWLOGCATEGORYINST log_ha
 // 2147483647 bytes; a model built in code can, and its true size is then printed in full with the
 // same words.
 void CheckTable::LogFieldOverLimit(LPWLOGCATEGORYINST log_handle, int64_t max_len,
-                                   const char* name, int64_t len) {
+                                   LPZEMMETAENTRY pstEntry, int64_t len) {
+  const char* name = zem_get_entry_name(pstEntry);
+  const CheckTableElement entry = OnEntry(pstEntry);
+  const int result = ERROR_ENTRY_LENGTH_NOT_LEGAL;
   if (len > INT_MAX) {
     const bool is_key = max_len == kKeyFieldMaxLen;
-    LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                "%s %s length(%lld) is greater than %s", is_key ? "key" : "entry", name,
+    LOG_FAILURE_LINE_AT(log_handle, entry, result, VALUE_FIELD_LEN_LOC,
+                        "%s %s length(%lld) is greater than %s", is_key ? "key" : "entry", name,
                 static_cast<long long>(len), LimitName(max_len));
     return;
   }
   const int size = static_cast<int>(len);
   switch (max_len) {
     case kKeyFieldMaxLen:
-      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                  "key %s length(%d) is greater than 1K", name, size);
+      LOG_FAILURE_LINE_AT(log_handle, entry, result, VALUE_FIELD_LEN_LOC,
+                          "key %s length(%d) is greater than 1K", name, size);
       return;
     case kValueFieldMaxLenBefore329:
-      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                  "entry %s length(%d) is greater than 128k", name, size);
+      LOG_FAILURE_LINE_AT(log_handle, entry, result, VALUE_FIELD_LEN_LOC,
+                          "entry %s length(%d) is greater than 128k", name, size);
       return;
     case kValueFieldMaxLenFrom329:
-      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                  "entry %s length(%d) is greater than 256k", name, size);
+      LOG_FAILURE_LINE_AT(log_handle, entry, result, VALUE_FIELD_LEN_LOC,
+                          "entry %s length(%d) is greater than 256k", name, size);
       return;
     case kValueFieldMaxLenFrom339:
-      LOG_LINE_AT(log_handle, WLOG_PRIORITY_ERROR, VALUE_FIELD_LEN_LOC,
-                  "entry %s length(%d) is greater than 10M", name, size);
+      LOG_FAILURE_LINE_AT(log_handle, entry, result, VALUE_FIELD_LEN_LOC,
+                          "entry %s length(%d) is greater than 10M", name, size);
       return;
   }
 }
@@ -275,7 +284,7 @@ int CheckTable::CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_hand
   const int ret = ForEachEntry(
       meta,
       [&](int, LPZEMMETAENTRY pstEntry) -> int {
-        return CheckFieldName(zem_get_entry_name(pstEntry), log_handle);
+        return CheckFieldName(pstEntry, log_handle);
       },
       [&](int slot) { return ReportEmptyEntrySlot(log_handle, FIELD_NAME_LOC, slot, meta_name); });
   if (ret != CHECK_TABLE_SUCCESS) return ret;
@@ -285,26 +294,28 @@ int CheckTable::CheckFieldNameLength(LPZEMMETA meta, LPWLOGCATEGORYINST log_hand
   return CHECK_TABLE_SUCCESS;
 }
 
-int CheckTable::CheckFieldName(const char* str, LPWLOGCATEGORYINST log_handle) {
+int CheckTable::CheckFieldName(LPZEMMETAENTRY pstEntry, LPWLOGCATEGORYINST log_handle) {
   // The tests run in this order, so a long name with a '-' in it is reported as an illegal
   // character, not as too long.
+  const char* str = zem_get_entry_name(pstEntry);
+  const CheckTableElement entry = OnEntry(pstEntry);
   const int len = static_cast<int>(std::strlen(str));
   LOG_LINE_AT(log_handle, WLOG_PRIORITY_INFO, FIELD_NAME_LOC, "length of entry name %s is %lu", str,
               static_cast<unsigned long>(len));
   if (len < 1) {
-    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_EMPTY,
+    return REPORT_ERROR_ON_AT(log_handle, entry, FIELD_NAME_LOC, ERROR_FIELD_NAME_EMPTY,
                            "field name is empty.");
   }
   if (StartsWithDigit(str)) {
-    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_STARTWITH_DIGIT,
+    return REPORT_ERROR_ON_AT(log_handle, entry, FIELD_NAME_LOC, ERROR_FIELD_NAME_STARTWITH_DIGIT,
                            "field name[%s] startswith digit.", str);
   }
   if (!HasOnlyNameChars(str)) {
-    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR,
+    return REPORT_ERROR_ON_AT(log_handle, entry, FIELD_NAME_LOC, ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR,
                            "field name[%s] has illegal character.", str);
   }
   if (len > kFieldNameMaxLen) {
-    return REPORT_ERROR_AT(log_handle, FIELD_NAME_LOC, ERROR_FIELD_NAME_TOO_LONG,
+    return REPORT_ERROR_ON_AT(log_handle, entry, FIELD_NAME_LOC, ERROR_FIELD_NAME_TOO_LONG,
                            "length of entry %s is too long", str);
   }
   return CHECK_TABLE_SUCCESS;
@@ -332,14 +343,14 @@ int CheckTable::CheckRepeatedFieldName(LPZEMMETA meta, LPWLOGCATEGORYINST log_ha
                     "length of entry name %s is %d", entry_name,
                     static_cast<int>(std::strlen(entry_name)));
         if (entry_name[0] == '\0') {
-          return REPORT_ERROR_AT(log_handle, REPEATED_NAME_LOC, ERROR_FIELD_NAME_EMPTY,
+          return REPORT_ERROR_ON_AT(log_handle, OnEntry(pstEntry), REPEATED_NAME_LOC,
+                                    ERROR_FIELD_NAME_EMPTY,
                                  "field name is empty.");
         }
         return ForEachEntryFrom(
             meta, i + 1,
             [&](int j, LPZEMMETAENTRY pstCmpEntry) {
-              return CheckFieldNamesDiffer(i, entry_name, j, zem_get_entry_name(pstCmpEntry),
-                                           log_handle);
+              return CheckFieldNamesDiffer(i, entry_name, j, pstCmpEntry, log_handle);
             },
             empty_slot);
       },
@@ -347,16 +358,17 @@ int CheckTable::CheckRepeatedFieldName(LPZEMMETA meta, LPWLOGCATEGORYINST log_ha
 }
 
 int CheckTable::CheckFieldNamesDiffer(int i, const char* entry_name, int j,
-                                      const char* cmp_entry_name, LPWLOGCATEGORYINST log_handle) {
+                                      LPZEMMETAENTRY pstCmpEntry, LPWLOGCATEGORYINST log_handle) {
+  const char* cmp_entry_name = zem_get_entry_name(pstCmpEntry);
   const size_t entry_name_len = std::strlen(entry_name);
   if (std::strlen(cmp_entry_name) != entry_name_len ||
       strncasecmp(entry_name, cmp_entry_name, entry_name_len) != 0) {
     return CHECK_TABLE_SUCCESS;
   }
   char err_msg[kRepeatedNameMessageSize];
-  std::snprintf(err_msg, sizeof(err_msg),
-                "using strncasecmp, the field name is repeated. field_name:%s, entry_index:%d, cmp_field_name:%s, cmp_entry_index:%d",
-                entry_name, i, cmp_entry_name, j);
-  // The message holds field names, so it is copied as text and never read as a format.
-  return ReportFormatText(log_handle, REPEATED_NAME_LOC, ERROR_REPEATED_FIELD_NAME, err_msg);
+  std::snprintf(err_msg, sizeof(err_msg), REPEATED_NAME_FORMAT, entry_name, i, cmp_entry_name, j);
+  // The message holds field names, so it is copied as text and never read as a format. The later
+  // of the two fields is the one at fault.
+  return ReportFormatText(log_handle, REPEATED_NAME_LOC, ERROR_REPEATED_FIELD_NAME,
+                          OnEntry(pstCmpEntry), REPEATED_NAME_FORMAT, err_msg);
 }

@@ -72,7 +72,7 @@ int CheckTable::CheckPrimaryKey(LPZEMMETA meta, const int table_type,
                         meta_name);
   }
   if (meta->ptrPrimayKeyBase == ZEMPTR_NONE) {
-    return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD, "Primaykey is not exist!  table:'%s'",
+    return REPORT_ERROR_ON(log_handle, OnPrimaryKey(meta), ERROR_PRIMARYKEY_FIELD, "Primaykey is not exist!  table:'%s'",
                         meta_name);
   }
   if (!IsKnownTableKind(table_type)) {
@@ -80,12 +80,12 @@ int CheckTable::CheckPrimaryKey(LPZEMMETA meta, const int table_type,
                         "Table_type is invaild type! table:'%s'", meta_name);
   }
   if (table_type == kGenericTable && key_num > kGenericTableMaxKeyNum) {
-    return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD,
+    return REPORT_ERROR_ON(log_handle, OnPrimaryKey(meta), ERROR_PRIMARYKEY_FIELD,
                         "The number of generic_table's primarykey can't be more than %d! table:'%s'",
                         kGenericTableMaxKeyNum, meta_name);
   }
   if (table_type == kListTable && key_num > kListTableMaxKeyNum) {
-    return REPORT_ERROR(log_handle, ERROR_PRIMARYKEY_FIELD,
+    return REPORT_ERROR_ON(log_handle, OnPrimaryKey(meta), ERROR_PRIMARYKEY_FIELD,
                         "The number of list_table's primarykey  can't be more than %d! table:'%s'",
                         kListTableMaxKeyNum, meta_name);
   }
@@ -99,7 +99,7 @@ int CheckTable::CheckPrimaryKey(LPZEMMETA meta, const int table_type,
     const char* entry_name = zem_get_entry_name(pstEntry);
     // Repetition is tested before the member's type and existence.
     if (!tmp_set.insert(entry_name).second) {
-      return REPORT_ERROR(log_handle, ERROR_REPEATED_FIELD_NAME,
+      return REPORT_ERROR_ON(log_handle, OnPrimaryKey(meta), ERROR_REPEATED_FIELD_NAME,
                           "repeated field name in primary key, invalid! entry_name:'%s' table='%s'",
                           entry_name, meta_name);
     }
@@ -117,18 +117,18 @@ int CheckTable::CheckKeyMember(LPZEMMETA meta, LPZEMMETAENTRY pstEntry,
   const char* meta_name = zem_get_meta_name(meta);
   const char* entry_name = zem_get_entry_name(pstEntry);
   if (CheckWhetherTypeSupportted(pstEntry, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_AT(log_handle, PRIMARY_KEY_LOC, ERROR_FIELD_TYPE_ILLEGAL,
+    return REPORT_ERROR_ON_AT(log_handle, OnEntry(pstEntry), PRIMARY_KEY_LOC, ERROR_FIELD_TYPE_ILLEGAL,
                            "The entry type is not supported! entry_name:'%s' table='%s'",
                            entry_name, meta_name);
   }
   if (CheckWhetherExistEntry(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_AT(log_handle, PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
+    return REPORT_ERROR_ON_AT(log_handle, OnPrimaryKey(meta), PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
                            "Primaykey is not exist entry! Primaykey:'%s', table:'%s'", entry_name,
                            meta_name);
   }
   if (every_index_needs_whole_key &&
       CheckWhetherIndex(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_AT(log_handle, PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
+    return REPORT_ERROR_ON_AT(log_handle, OnPrimaryKey(meta), PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
                            "The index field has not include primarykey if splittablekey not exist! primarykey:'%s' table:'%s'",
                            entry_name, meta_name);
   }
@@ -182,7 +182,7 @@ int CheckTable::CheckSplittableKey(LPZEMMETA meta, LPWLOGCATEGORYINST log_handle
     // Repetition is tested last here, unlike in the primary key: a repeated piece that is no key
     // member is reported as such. Deliberate.
     if (!tmp_set.insert(piece).second) {
-      return REPORT_ERROR(log_handle, ERROR_REPEATED_FIELD_NAME,
+      return REPORT_ERROR_ON(log_handle, OnSplitTableKey(meta), ERROR_REPEATED_FIELD_NAME,
                           "repeated field name in split table key, invalid! Splittablekey:'%s' table='%s'",
                           piece.c_str(), meta_name);
     }
@@ -212,13 +212,13 @@ int CheckTable::CheckSplitKeyPiece(LPZEMMETA meta, const std::string& piece,
                                    LPWLOGCATEGORYINST log_handle) {
   const char* meta_name = zem_get_meta_name(meta);
   if (CheckWhetherPrimaryKey(piece.c_str(), meta, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_AT(log_handle, SPLIT_KEY_LOC, ERROR_SPLITTABLE_FIELD,
+    return REPORT_ERROR_ON_AT(log_handle, OnSplitTableKey(meta), SPLIT_KEY_LOC, ERROR_SPLITTABLE_FIELD,
                            "Primaykey must include splittablekey! Splittablekey:'%s',table:'%s' ",
                            piece.c_str(), meta_name);
   }
   if (meta->iIndexesNum > 0 &&
       CheckWhetherIndex(piece.c_str(), meta, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_AT(log_handle, SPLIT_KEY_LOC, ERROR_INDEX_FIELD,
+    return REPORT_ERROR_ON_AT(log_handle, OnSplitTableKey(meta), SPLIT_KEY_LOC, ERROR_INDEX_FIELD,
                            "The index field has not include splittablekey! Splittablekey:'%s',table:'%s' ",
                            piece.c_str(), meta_name);
   }
@@ -244,7 +244,7 @@ int CheckTable::CheckIndex(LPZEMMETA meta, const int table_type, LPWLOGCATEGORYI
   }
   // A list table keeps all its elements under one key, so there is nothing for an index to find.
   if (table_type == kListTable) {
-    return REPORT_ERROR(log_handle, ERROR_INDEX_FIELD,
+    return REPORT_ERROR_ON(log_handle, OnIndex(zem_meta_index(meta, 0)), ERROR_INDEX_FIELD,
                         "List-type-table isn't allowed to configure index field! table:'%s'",
                         meta_name);
   }
@@ -256,14 +256,14 @@ int CheckTable::CheckIndex(LPZEMMETA meta, const int table_type, LPWLOGCATEGORYI
       const char* column_name = ColumnName(meta, pstIndex, j);
       for (int later = j + 1; later < column_num; ++later) {
         if (std::strcmp(column_name, ColumnName(meta, pstIndex, later)) == 0) {
-          return REPORT_ERROR(log_handle, ERROR_INDEX_FIELD,
+          return REPORT_ERROR_ON(log_handle, OnIndex(pstIndex), ERROR_INDEX_FIELD,
                               "The index field has repeated field '%s', table:'%s'", column_name,
                               meta_name);
         }
       }
       // The label says "index" but the name printed is the column's field. Kept as it is.
       if (CheckWhetherPrimaryKey(column_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
-        return REPORT_ERROR(log_handle, ERROR_INDEX_FIELD,
+        return REPORT_ERROR_ON(log_handle, OnIndex(pstIndex), ERROR_INDEX_FIELD,
                             "The index field should be primarykey field! index:'%s', table:'%s'",
                             column_name, meta_name);
       }
@@ -298,7 +298,7 @@ int CheckTable::CompareIndexColumn(LPZEMMETAINDEX index1, LPZEMMETAINDEX index2,
       return CHECK_TABLE_SUCCESS;
     }
   }
-  return REPORT_ERROR(log_handle, ERROR_INDEX_FIELD,
+  return REPORT_ERROR_ON(log_handle, OnIndex(index2), ERROR_INDEX_FIELD,
                       "Index field is repeated! index1:'%s', index2:'%s', table:'%s'",
                       zem_index_name(meta, index1), zem_index_name(meta, index2),
                       zem_get_meta_name(meta));
@@ -352,7 +352,7 @@ int CheckTable::CheckWhetherIndex(const char* entry_name, LPZEMMETA meta,
     if (!IndexHasColumn(meta, zem_meta_index(meta, i), entry_name)) {
       // The text speaks of the split table key even when a primary key member is looked up.
       // Deliberate: operators know the failure by these words.
-      return REPORT_ERROR(log_handle, ERROR_EIXST_FIELD,
+      return REPORT_ERROR_ON(log_handle, OnIndex(zem_meta_index(meta, i)), ERROR_EIXST_FIELD,
                           "Splittablekey field is not belong to index field! Splittablekey:'%s',table:'%s'",
                           entry_name, zem_get_meta_name(meta));
     }

@@ -23,7 +23,7 @@ bool FailAt(const std::string& file, const ZemTextPosition& at, std::string text
 // Decodes and parses the file's bytes and reads them into *def. The text and the parsed document
 // are released when it returns, before the model is built from *def.
 bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
-                ZemMetaLibDef* def) {
+                ZemMetaLibDef* def, std::vector<ZemMetaPlaces>* places) {
   ZemXmlText text;
   std::string decode_error;
   ZemTextPosition decode_at;
@@ -50,7 +50,27 @@ bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
     return FailAt(file, text.PositionOf(offset),
                   std::string("malformed XML: ") + parsed.description(), result);
   }
-  return ZemReadSchemaDocument(document, text, file, result, def);
+  return ZemReadSchemaDocument(document, text, file, result, def, places);
+}
+
+// Records the places of the metas of def, found in the metalib built from it, by their handles.
+void PlaceHandles(LPZEMMETALIB metalib, const ZemMetaLibDef& def,
+                  const std::vector<ZemMetaPlaces>& places, ZemSourcePlaces* out) {
+  for (size_t i = 0; i < def.metas.size() && i < places.size(); ++i) {
+    LPZEMMETA meta = zem_get_meta_by_name(metalib, def.metas[i].name.c_str());
+    if (meta == nullptr) continue;
+    const ZemMetaPlaces& meta_places = places[i];
+    out->Add(meta, meta_places.element, meta_places.attributes);
+    for (size_t j = 0; j < meta_places.entries.size(); ++j) {
+      ZemPlace attributes[ZemSourcePlaces::ATTRIBUTE_NUM];
+      attributes[ZemSourcePlaces::CUSTOM_ATTR2] = meta_places.entries[j].customattr2;
+      out->Add(zem_get_entry_by_index(meta, static_cast<int>(j)), meta_places.entries[j].element,
+               attributes);
+    }
+    for (size_t k = 0; k < meta_places.indexes.size(); ++k) {
+      out->Add(zem_meta_index(meta, static_cast<int>(k)), meta_places.indexes[k], nullptr);
+    }
+  }
 }
 
 ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes) {
@@ -61,7 +81,8 @@ ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes) {
     return result;
   }
   ZemMetaLibDef def;
-  if (!ReadSchema(file, std::move(bytes), &result, &def)) {
+  std::vector<ZemMetaPlaces> places;
+  if (!ReadSchema(file, std::move(bytes), &result, &def, &places)) {
     result.metas.clear();
     return result;
   }
@@ -72,6 +93,7 @@ ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes) {
     result.error = ZemLoadMessage{file, 0, 0, "cannot build the schema: " + build_error};
     return result;
   }
+  PlaceHandles(result.metalib.get(), def, places, &result.places);
   result.error = ZemLoadMessage();
   result.ok = true;
   return result;
@@ -114,6 +136,27 @@ ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& te
     }
     return LoadBytes(file_name, ZemBytes(text.data(), text.size()));
   });
+}
+
+ZemPlace ZemSourcePlaces::Of(const void* handle) const {
+  const auto found = m_places.find(handle);
+  return found != m_places.end() ? found->second.element : ZemPlace();
+}
+
+ZemPlace ZemSourcePlaces::OfAttribute(const void* handle, Attribute attribute) const {
+  const auto found = m_places.find(handle);
+  if (found == m_places.end() || attribute < 0 || attribute >= ATTRIBUTE_NUM) return ZemPlace();
+  return found->second.attributes[attribute];
+}
+
+void ZemSourcePlaces::Add(const void* handle, const ZemPlace& element,
+                          const ZemPlace* attributes) {
+  if (handle == nullptr) return;
+  Places& places = m_places[handle];
+  places.element = element;
+  for (int i = 0; i < ATTRIBUTE_NUM; ++i) {
+    places.attributes[i] = attributes != nullptr ? attributes[i] : ZemPlace();
+  }
 }
 
 std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind) {

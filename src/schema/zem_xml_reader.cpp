@@ -118,6 +118,7 @@ struct MetaState {
   const char* kind = "struct";
   std::string_view name;
   ZemMetaDef* def = nullptr;
+  ZemMetaPlaces* places = nullptr;
   std::unordered_map<std::string_view, KnownEntry> entries;
   std::unordered_map<std::string_view, size_t> index_offsets;
   std::vector<PendingIndex> indexes;
@@ -157,6 +158,7 @@ class SchemaReader {
   }
 
   ZemMetaLibDef& def() { return m_def; }
+  std::vector<ZemMetaPlaces>& places() { return m_places; }
 
   // One more warning for each kind that passed the limit, saying how many were left out.
   void ListLeftOutWarnings() {
@@ -183,6 +185,14 @@ class SchemaReader {
     return name > 0 ? name - 1 : 0;
   }
   int LineOf(size_t offset) const { return m_text.PositionOf(offset).line; }
+  ZemPlace PlaceOf(size_t offset) const {
+    const ZemTextPosition position = m_text.PositionOf(offset);
+    return ZemPlace{position.line, position.column};
+  }
+  // An attribute's place is that of its name; an absent attribute has none.
+  ZemPlace PlaceOf(const pugi::xml_attribute& attribute) const {
+    return attribute ? PlaceOf(OffsetOf(attribute.name())) : ZemPlace();
+  }
 
   ZemLoadMessage MessageAt(size_t offset, std::string text) const {
     const ZemTextPosition position = m_text.PositionOf(offset);
@@ -394,6 +404,13 @@ class SchemaReader {
 
     m_def.metas.emplace_back();
     meta.def = &m_def.metas.back();
+    m_places.emplace_back();
+    meta.places = &m_places.back();
+    meta.places->element = PlaceOf(known.offset);
+    meta.places->attributes[ZemSourcePlaces::PRIMARY_KEY] = PlaceOf(attributes[ATTR_PRIMARYKEY]);
+    meta.places->attributes[ZemSourcePlaces::SPLIT_TABLE_KEY] =
+        PlaceOf(attributes[ATTR_SPLITTABLEKEY]);
+    meta.places->attributes[ZemSourcePlaces::CUSTOM_ATTR2] = PlaceOf(attributes[ATTR_CUSTOMATTR2]);
     meta.def->name = std::string(meta.name);
     meta.def->is_union = is_union;
     if (!ReadVersion(attributes[ATTR_VERSION], owner, &meta.def->version)) return false;
@@ -433,6 +450,7 @@ class SchemaReader {
     }
     meta->entries.reserve(entries);
     meta->def->entries.reserve(entries);
+    meta->places->entries.reserve(entries);
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
       if (child.type() != pugi::node_element) continue;
       const ElementKind kind = KindOfElement(child.name());
@@ -615,6 +633,8 @@ class SchemaReader {
     inserted.first->second.type = entry.type;
     inserted.first->second.count = count;
     meta->def->entries.push_back(std::move(entry));
+    meta->places->entries.push_back(
+        ZemMetaPlaces::Entry{PlaceOf(known.offset), PlaceOf(attributes[ATTR_CUSTOMATTR2])});
     return true;
   }
 
@@ -633,6 +653,7 @@ class SchemaReader {
     }
     meta->def->indexes.emplace_back();
     meta->def->indexes.back().name = std::string(name);
+    meta->places->indexes.push_back(PlaceOf(OffsetOf(node)));
     meta->indexes.push_back(PendingIndex{meta->def->indexes.size() - 1, attributes[ATTR_COLUMN]});
     return true;
   }
@@ -714,6 +735,7 @@ class SchemaReader {
   ZemLoadResult* m_result;
   const char* m_data = nullptr;
   ZemMetaLibDef m_def;
+  std::vector<ZemMetaPlaces> m_places;  // one per meta of m_def
   std::unordered_map<std::string_view, int> m_macros;
   std::unordered_map<std::string_view, KnownMeta> m_metas;
   size_t m_warnings[WARN_KIND_NUM] = {};
@@ -722,11 +744,13 @@ class SchemaReader {
 }  // namespace
 
 bool ZemReadSchemaDocument(const pugi::xml_document& document, const ZemXmlText& text,
-                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def) {
+                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def,
+                           std::vector<ZemMetaPlaces>* places) {
   SchemaReader reader(file, text, result);
   const bool read = reader.Read(document, text.data());
   reader.ListLeftOutWarnings();
   if (!read) return false;
   *def = std::move(reader.def());
+  *places = std::move(reader.places());
   return true;
 }

@@ -4,6 +4,7 @@
 #define VELMORA_SCHEMA_ZEM_XML_READER_H_
 
 #include <string>
+#include <vector>
 
 #include <velmora/zem_builder.h>
 #include <velmora/zem_xml_loader.h>
@@ -13,9 +14,24 @@ namespace pugi {
 class xml_document;
 }
 
-// Reads a document parsed in place in text. Fills *def, result->metas and result->warnings in
-// document order; at the first load error sets result->error and returns false.
+// Where a struct or union of def stands, with its attributes, entries and indexes, in the order of
+// its description.
+struct ZemMetaPlaces {
+  ZemPlace element;
+  ZemPlace attributes[ZemSourcePlaces::ATTRIBUTE_NUM];
+  struct Entry {
+    ZemPlace element;
+    ZemPlace customattr2;
+  };
+  std::vector<Entry> entries;
+  std::vector<ZemPlace> indexes;
+};
+
+// Reads a document parsed in place in text. Fills *def, *places (one per meta of def),
+// result->metas and result->warnings in document order; at the first load error sets
+// result->error and returns false.
 bool ZemReadSchemaDocument(const pugi::xml_document& document, const ZemXmlText& text,
-                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def);
+                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def,
+                           std::vector<ZemMetaPlaces>* places);
 
 #endif  // VELMORA_SCHEMA_ZEM_XML_READER_H_

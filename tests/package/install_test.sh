@@ -26,8 +26,8 @@ quietly "$CMAKE" --install "$tree" --prefix "$prefix"
 quietly "$CMAKE" --install "$tree" --prefix "$prefix"
 
 # ---- What lies under the prefix ----------------------------------------------------------------
-headers=(check_table.h check_table_error.h string_helpers.h wlog.h zem.h zem_builder.h
-         zem_xml_loader.h version.h export.h)
+headers=(check_table.h check_table_error.h check_table_findings.h string_helpers.h wlog.h zem.h
+         zem_builder.h zem_xml_loader.h version.h export.h)
 for header in "${headers[@]}"; do expect_file "$prefix/include/velmora/$header"; done
 [ "$(ls "$prefix/include/velmora" | wc -l)" -eq "${#headers[@]}" ] ||
   fail "headers beyond the public ones: $(ls "$prefix/include/velmora")"
@@ -69,8 +69,8 @@ done
 if [ "$variant" = shared ]; then
   declare -A public=(
     [wlog]='^(wlog_category_(can_write|logv|vlogv)|WlogPriorityName)\(.*\)$|^Wlog(Memory|Stream|Serialized)Sink::'
-    [zem]='^(zem_get_[a-z0-9_]+|ZemBuildMetaLib|ZemBaseTypeUnitSize|ZemLoadXml(File|Text)|Format(ZemLoadMessage|ZemByteSize)(\[abi:cxx11\])?)\(.*\)$|^ZemMetaLibDeleter::operator\(\)'
-    [check]='^(CheckResultName|VelmoraVersion|SplitString|RealCmpVersion|StringRemoveSpaces|GetAssignStrFromSourStr|IsDigit|strstri)\(.*\)$|^CheckTable::'
+    [zem]='^(zem_get_[a-z0-9_]+|ZemBuildMetaLib|ZemBaseTypeUnitSize|ZemLoadXml(File|Text)|Format(ZemLoadMessage|ZemByteSize)(\[abi:cxx11\])?)\(.*\)$|^ZemMetaLibDeleter::operator\(\)|^ZemSourcePlaces::'
+    [check]='^(CheckResultName|VelmoraVersion|SplitString|RealCmpVersion|StringRemoveSpaces|GetAssignStrFromSourStr|IsDigit|strstri)\(.*\)$|^CheckTable::|^(Scoped)?CheckTableObserver::|^(vtable|typeinfo|typeinfo name) for CheckTableObserver$'
   )
   for lib in wlog zem check; do
     nm -D --defined-only -C "$prefix/lib/libvelmora_$lib.so" |
