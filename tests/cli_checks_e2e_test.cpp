@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <cstdio>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -100,8 +101,9 @@ struct EntryPointRule {
   std::string code;
   std::string message;
   std::vector<LogLine> error_lines;
-  // The text report's lines under the headline; none when the schema's other tables make the
-  // text report a case of its own.
+  // The text report's findings, each line after the schema's path (":LINE:COL: error: ...") or
+  // under it ("    note: ..."); none when the schema's other tables make the text report a case
+  // of its own. The first is the entry point's first finding in JSON too.
   std::optional<std::vector<std::string>> text_details;
 };
 
@@ -125,11 +127,27 @@ TEST_P(CheckTableCommandEntryPointRules, ReportsTheRuleInJsonAndText) {
   const CommandResult text = RunCheckTable(args);
   EXPECT_EQ(text.status, 1);
   EXPECT_EQ(text.err, "");
-  std::vector<std::string> expected = {path + ":" + std::to_string(rule.line) + ": error: " +
-                                       rule.table + ": " + rule.message + " [" + rule.code + "]"};
-  for (const std::string& detail : *rule.text_details) expected.push_back("    " + detail);
+  std::vector<std::string> expected;
+  for (const std::string& line : *rule.text_details) {
+    expected.push_back(line[0] == ':' ? path + line : line);
+  }
   expected.push_back("1 table checked, 1 failed");
   EXPECT_EQ(Lines(text.out), expected);
+
+  // The same finding in JSON: its place, and its reason with the code.
+  ASSERT_FALSE(rule.text_details->empty());
+  const std::string& first = rule.text_details->front();
+  int line = 0;
+  int column = 0;
+  ASSERT_EQ(std::sscanf(first.c_str(), ":%d:%d:", &line, &column), 2) << first;
+  ASSERT_FALSE(entry.at("findings").empty());
+  const Json& finding = entry.at("findings")[0];
+  EXPECT_EQ(finding.at("line"), line);
+  EXPECT_EQ(finding.at("column"), column);
+  EXPECT_NE(first.find(": " + finding.at("message").get<std::string>() + " [" +
+                       finding.at("code").get<std::string>() + "]"),
+            std::string::npos)
+      << first;
 }
 
 const char kProxyTooOld[] =
@@ -160,9 +178,13 @@ const EntryPointRule kEntryPointRules[] = {
        "primarykey:'zone' table:'account'"},
       {300, "VelmoraCheckTable", "CheckPrimaryKey failed! table:'account',ret:-4"}},
      std::vector<std::string>{
-         "Splittablekey field is not belong to index field! Splittablekey:'zone',table:'account'",
-         "The index field has not include primarykey if splittablekey not exist! "
-         "primarykey:'zone' table:'account'"}},
+         ":8:5: error: account.by_uid: The index field has not include primarykey if splittabl"
+         "ekey not exist! primarykey:'zone' table:'account' [ERROR_PRIMARYKEY_FIELD]",
+         "    note: Splittablekey field is not belong to index field! Splittablekey:'zone',tab"
+         "le:'account'",
+         "    note: CheckPrimaryKey failed! table:'account',ret:-4",
+         "    help: Without a splittablekey every index must hold every primary key field: add"
+         " this field to each index's column list, or declare a splittablekey."}},
     {"ReportsFiveKeyFieldsBehindAProxyOlderThan3370",
      "key_count.xml",
      {"--proxy-version", "3.36.0"},
@@ -172,7 +194,12 @@ const EntryPointRule kEntryPointRules[] = {
      "CHECK_TABLE_ERROR_SYSTEM_ERROR",
      kProxyTooOld,
      {{300, "VelmoraCheckTable", kProxyTooOld}},
-     std::vector<std::string>{}},
+     std::vector<std::string>{
+         ":4:3: error: shard_stat: This table:shard_stat 's key num:5 is more than 4,proxy ver"
+         "sion need >= 3.37.0,but now is :3.36.0 [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+         "    help: Proxies before 3.37.0 serve at most 4 key fields of a generic table and 3 "
+         "of a list table: use fewer key fields, or pass --proxy-version 3.37.0 or later if ev"
+         "ery proxy is that new."}},
     {"ReportsFiveKeyFieldsBehindARestProxyOlderThan3370",
      "key_count.xml",
      {"--proxy-version", "3.37.0", "--rest-proxy-version", "3.36.0"},
@@ -182,7 +209,12 @@ const EntryPointRule kEntryPointRules[] = {
      "CHECK_TABLE_ERROR_SYSTEM_ERROR",
      kRestProxyTooOld,
      {{300, "VelmoraCheckTable", kRestProxyTooOld}},
-     std::vector<std::string>{}},
+     std::vector<std::string>{
+         ":4:3: error: shard_stat: This table:shard_stat 's key num:5 is more than 4,rest prox"
+         "y version need >= 3.37.0,but now is :3.36.0 [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+         "    help: REST proxies before 3.37.0 serve at most 4 key fields of a generic table a"
+         "nd 3 of a list table: use fewer, or pass --rest-proxy-version 3.37.0 or later (or no"
+         "ne)."}},
     {"ReportsAValueFieldOfATypeTheStoreCannotHold",
      "value_field.xml",
      {},
@@ -222,8 +254,12 @@ const EntryPointRule kEntryPointRules[] = {
        "Primaykey must include splittablekey! Splittablekey:'region',table:'guild' "},
       {300, "VelmoraCheckTable", "CheckSplittableKey failed! table:'guild',ret:-5"}},
      std::vector<std::string>{
-         "Entry is not belong to primarykey!Entry:'region' table:'guild'",
-         "Primaykey must include splittablekey! Splittablekey:'region',table:'guild' "}},
+         ":4:46: error: guild.splittablekey: Primaykey must include splittablekey! Splittablek"
+         "ey:'region',table:'guild'  [ERROR_SPLITTABLE_FIELD]",
+         "    note: Entry is not belong to primarykey!Entry:'region' table:'guild'",
+         "    note: CheckSplittableKey failed! table:'guild',ret:-5",
+         "    help: Every splittablekey field must be a primary key field, named exactly (lett"
+         "er case counts): add it to primarykey or drop it from splittablekey."}},
     {"ReportsAnIndexOverAValueField",
      "index.xml",
      {},
@@ -238,8 +274,12 @@ const EntryPointRule kEntryPointRules[] = {
        "The index field should be primarykey field! index:'level', table:'hero'"},
       {300, "VelmoraCheckTable", "CheckIndex failed! table:'hero',ret:-6"}},
      std::vector<std::string>{
-         "Entry is not belong to primarykey!Entry:'level' table:'hero'",
-         "The index field should be primarykey field! index:'level', table:'hero'"}},
+         ":7:5: error: hero.by_level: The index field should be primarykey field! index:'level"
+         "', table:'hero' [ERROR_INDEX_FIELD]",
+         "    note: Entry is not belong to primarykey!Entry:'level' table:'hero'",
+         "    note: CheckIndex failed! table:'hero',ret:-6",
+         "    help: Index columns must be primary key fields, and the name shown is the field,"
+         " not the index: drop it from the index or add it to primarykey."}},
     {"ReportsAFieldNameWithAnIllegalCharacter",
      "field_name.xml",
      {},
@@ -250,7 +290,12 @@ const EntryPointRule kEntryPointRules[] = {
      "CheckFieldNameLength failed! table:'monster',ret:-18",
      {{300, "CheckFieldNameLength", "field name[max-hp] has illegal character."},
       {300, "VelmoraCheckTable", "CheckFieldNameLength failed! table:'monster',ret:-18"}},
-     std::vector<std::string>{"field name[max-hp] has illegal character."}},
+     std::vector<std::string>{
+         ":6:5: error: monster.max-hp: field name[max-hp] has illegal character. [ERROR_FIELD_"
+         "NAME_HAS_ILLEGAL_CHAR]",
+         "    note: CheckFieldNameLength failed! table:'monster',ret:-18",
+         "    help: A field name may hold only ASCII letters, digits and underscores (no blank"
+         ", '-' or non-ASCII character): rename the field."}},
     // The length check leaves its list in the buffer; the entry point adds no wrapping message.
     {"ReportsEveryFieldOverItsSizeLimitForTheServerVersion",
      "field_size.xml",
@@ -264,9 +309,19 @@ const EntryPointRule kEntryPointRules[] = {
       {300, "CheckValueFieldLen", "entry frames length(300000) is greater than 256k"},
       {300, "VelmoraCheckTable",
        "CheckFieldNameLength failed! table:'replay', svrMinVersion:3.29.0"}},
-     std::vector<std::string>{"key code length(2000) is greater than 1K",
-                              "entry frames length(300000) is greater than 256k",
-                              "CheckFieldNameLength failed! table:'replay', svrMinVersion:3.29.0"}},
+     std::vector<std::string>{
+         ":5:5: error: replay.code: key code length(2000) is greater than 1K [ERROR_ENTRY_LENG"
+         "TH_NOT_LEGAL]",
+         "    note: ERR_ENTRY_LEN;code|frames|",
+         "    note: CheckFieldNameLength failed! table:'replay', svrMinVersion:3.29.0",
+         "    help: A key field holds at most 1024 bytes (unit size x count) on any server: ma"
+         "ke it smaller.",
+         ":6:5: error: replay.frames: entry frames length(300000) is greater than 256k [ERROR_"
+         "ENTRY_LENGTH_NOT_LEGAL]",
+         "    note: ERR_ENTRY_LEN;code|frames|",
+         "    note: CheckFieldNameLength failed! table:'replay', svrMinVersion:3.29.0",
+         "    help: Servers from 3.29.0 to before 3.39.0 hold a value field of at most 262144 "
+         "bytes (unit size x count); 3.39.0 and later hold 10485760."}},
     {"ReportsTwoFieldNamesThatDifferOnlyInLetterCase",
      "repeated_field.xml",
      {},
@@ -277,7 +332,15 @@ const EntryPointRule kEntryPointRules[] = {
      kRepeatedFieldMessage,
      {{300, "CheckRepeatedFieldName", kRepetition},
       {300, "VelmoraCheckTable", kRepeatedFieldMessage}},
-     std::vector<std::string>{kRepetition}},
+     std::vector<std::string>{
+         ":7:5: error: pet.level: using strncasecmp, the field name is repeated. field_name:Le"
+         "vel, entry_index:1, cmp_field_name:level, cmp_entry_index:2 [ERROR_REPEATED_FIELD_NA"
+         "ME]",
+         "    note: CheckRepeatedFieldName failed! table:'pet',ret:-51, err_msg:using strncase"
+         "cmp, the field name is repeated. field_name:Level, entry_index:1, cmp_field_name:lev"
+         "el, cmp_entry_index:2",
+         "    help: Column names ignore letter case, so two field names may not differ in case"
+         " alone (the positions count from 0): rename one."}},
 };
 
 INSTANTIATE_TEST_SUITE_P(OneSchemaEach, CheckTableCommandEntryPointRules,
@@ -301,13 +364,22 @@ TEST(CheckTableCommandRules, PrintsTheValueFieldAtFaultUnderTheHeadline) {
   EXPECT_EQ(text.status, 1);
   EXPECT_EQ(text.err, "");
   EXPECT_THAT(Lines(text.out),
-              ElementsAre(path + ":4: error: article: CheckValueField failed! table:'article',"
-                                 "ret:-16 [ERROR_FIELD_TYPE_ILLEGAL]",
-                          "    The entry type is not supported! entry_name:'title' "
-                          "table='article'",
-                          path + ":9: error: labels: CheckValueField failed! table:'labels',"
-                                 "ret:-16 [ERROR_FIELD_TYPE_ILLEGAL]",
-                          "    these string entry should not have 'count' attribute : tag%n ",
+              ElementsAre(path + ":6:5: error: article.title: The entry type is not supported! entry_name"
+                                 ":'title' table='article' [ERROR_FIELD_TYPE_ILLEGAL]",
+                          "    note: CheckValueField failed! table:'article',ret:-16",
+                          "    help: The store cannot hold this field's type (wstring is the base type it"
+                          " refuses): use string or another supported type.",
+                          path + ":12:5: error: labels.tag%n: these string entry should not have 'count' "
+                                 "attribute : tag%n [ERROR_FIELD_TYPE_ILLEGAL]",
+                          "    note: these string entry should not have 'count' attribute : tag%n ",
+                          "    note: CheckValueField failed! table:'labels',ret:-16",
+                          "    help: A string cannot be an array: remove count from the string fields lis"
+                          "ted (their size sets their length).",
+                          path + ":12:5: also: labels.tag%n: field name[tag%n] has illegal character. [ER"
+                                 "ROR_FIELD_NAME_HAS_ILLEGAL_CHAR]",
+                          "    note: CheckFieldNameLength failed! table:'labels',ret:-18",
+                          "    help: A field name may hold only ASCII letters, digits and underscores (no"
+                          " blank, '-' or non-ASCII character): rename the field.",
                           "2 tables checked, 2 failed"));
 }
 
@@ -341,7 +413,21 @@ TEST(CheckTableCommandRules, ReportsEveryArrayWithoutReferAlsoInsideAStructField
   const CommandResult text = RunCheckTable({path});
   EXPECT_EQ(text.status, 1);
   EXPECT_THAT(Lines(text.out),
-              ElementsAre(path + ":8: error: backpack: " + report + " [ERROR_COUNT_WITHNOT_REFER]",
+              ElementsAre(path + ":12:5: error: backpack.badges: these entry have 'count' without 'refer'"
+                                 " : badges [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each field listed has a count above 1 but no refer: add an earlier i"
+                          "nteger field (int8 to uint32, count 1) for the number in use and name it in re"
+                          "fer.",
+                          path + ":5:5: error: backpack.slot.gems: these entry have 'count' without 'refe"
+                                 "r' : gems [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each field listed has a count above 1 but no refer: add an earlier i"
+                          "nteger field (int8 to uint32, count 1) for the number in use and name it in re"
+                          "fer.",
+                          path + ":14:5: error: backpack.medals: these entry have 'count' without 'refer'"
+                                 " : medals [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each field listed has a count above 1 but no refer: add an earlier i"
+                          "nteger field (int8 to uint32, count 1) for the number in use and name it in re"
+                          "fer.",
                           "1 table checked, 1 failed"));
 }
 
@@ -362,7 +448,11 @@ TEST(CheckTableCommandRules, ReportsOnlyTheArraysTheChangeAddsWithTheOldSchema) 
   EXPECT_EQ(text.status, 1);
   EXPECT_EQ(text.err, "");
   EXPECT_THAT(Lines(text.out),
-              ElementsAre(path + ":8: error: backpack: " + report + " [ERROR_COUNT_WITHNOT_REFER]",
+              ElementsAre(path + ":14:5: error: backpack.medals: these new entry have 'count' without "
+                                 "'refer' : medals [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each array this change adds (count above 1) needs a refer "
+                          "naming an earlier integer field (int8 to uint32, count 1) that holds the "
+                          "number in use.",
                           "1 table checked, 1 failed"));
 }
 
@@ -435,15 +525,21 @@ TEST(CheckTableCommandRules, PrintsEachTableAttributeFailureWithItsCode) {
   EXPECT_EQ(text.err, "");
   EXPECT_THAT(
       Lines(text.out),
-      ElementsAre(path + ":4: error: profile: table_type is generic,entry field can't contain "
-                         "customattr2. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
-                  path + ":9: error: mailbox: table_type is list,but customattr has contain "
-                         "SortFieldNum or SortRule,don't forget to check the entry's customattr2. "
-                         "[CHECK_TABLE_ERROR_SYSTEM_ERROR]",
-                  path + ":14: error: leaderboard: sortfield(player_name)'s type(21) just "
-                         "support:uint8,uint16,uint32,uint64,int8,int16,int32,int64,float,double "
-                         "[CHECK_TABLE_ERROR_INVALID_PARAMETER]",
-                  "3 tables checked, 3 failed"));
+      ElementsAre(path + ":6:37: error: profile.exp.customattr2: table_type is generic,entr"
+                                 "y field can't contain customattr2. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "    help: Only the fields of a sorted list table carry a customattr2 (th"
+                          "eir sort mark): remove it from the fields of this generic table.",
+                          path + ":9:43: error: mailbox.customattr2: table_type is list,but customa"
+                                 "ttr has contain SortFieldNum or SortRule,don't forget to check the entry"
+                                 "'s customattr2. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "    help: A plain list table has no sort order: remove SortFieldNum and "
+                          "SortRule (and the fields' sort marks), or make it TableType=SORTLIST.",
+                          path + ":17:55: error: leaderboard.player_name.customattr2: sortfield(pla"
+                                 "yer_name)'s type(21) just support:uint8,uint16,uint32,uint64,int8,int16,"
+                                 "int32,int64,float,double [CHECK_TABLE_ERROR_INVALID_PARAMETER]",
+                          "    help: A sort field must be a number: int8 to uint64, byte, float or "
+                          "double; strings, dates and structs cannot order a list.",
+                          "3 tables checked, 3 failed"));
 }
 
 }  // namespace

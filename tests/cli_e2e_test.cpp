@@ -326,9 +326,12 @@ TEST(CheckTableCommand, ChecksASchemaSavedInGbk) {
   EXPECT_EQ(text.err, "");
   EXPECT_THAT(Lines(text.out),
               ElementsAre(path + ":3: ok: player (generic, old-style definition)",
-                          path + ":7: error: pet: CheckFieldNameLength failed! table:'pet',"
-                                 "ret:-18 [ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR]",
-                          "    field name[\xE7\xAD\x89\xE7\xBA\xA7] has illegal character.",
+                          path + ":9:5: error: pet.\xE7\xAD\x89\xE7\xBA\xA7: field name["
+                                 "\xE7\xAD\x89\xE7\xBA\xA7] has illegal character. "
+                                 "[ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR]",
+                          "    note: CheckFieldNameLength failed! table:'pet',ret:-18",
+                          "    help: A field name may hold only ASCII letters, digits and "
+                          "underscores (no blank, '-' or non-ASCII character): rename the field.",
                           "2 tables checked, 1 failed"));
   const Json entry = TableIn(ParseReport(RunCheckTable({"-f", "json", path})), "pet")
                          .at("checks")[1];
@@ -366,9 +369,16 @@ TEST(CheckTableCommand, ChecksANamedStructWithoutPrimaryKey) {
   const CommandResult result = RunCheckTable({"-t", "pos", path});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(Lines(result.out),
-              ElementsAre(path + ":3: error: pos: CheckPrimaryKey failed! table:'pos',ret:-15 "
-                                 "[ERROR_NO_PRIMARY_KEY_IN_META]",
-                          "    There is no Primaykey in meta:'pos', maybe it is a pure struct.",
+              ElementsAre(path + ":3:3: error: pos: There is no Primaykey in meta:'pos', maybe it "
+                                 "is a pure struct. [ERROR_NO_PRIMARY_KEY_IN_META]",
+                          "    note: CheckPrimaryKey failed! table:'pos',ret:-15",
+                          "    help: A table needs a primary key: add primarykey=\"field, ...\" to "
+                          "the struct (a struct without one is only a field type).",
+                          path + ":3:3: also: pos: Table dose not have primaykey, table:'pos'  "
+                                 "[ERROR_PRIMARYKEY_FIELD]",
+                          "    note: CheckSplittableKey failed! table:'pos',ret:-4",
+                          "    help: The table has no primary key to take its split table key "
+                          "from: add primarykey.",
                           "1 table checked, 1 failed"));
 }
 
@@ -381,6 +391,8 @@ TEST(CheckTableCommand, ChecksANamedTableTheSchemaLacks) {
   EXPECT_THAT(
       Lines(text.out),
       ElementsAre(path + ": error: nosuch: " + message + " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                  "    help: The schema has no struct of exactly this name (letter case counts): "
+                  "check the name given with -t/--table.",
                   "1 table checked, 1 failed"));
 
   const CommandResult json = RunCheckTable({"-t", "nosuch", "-f", "json", path});
@@ -427,10 +439,14 @@ TEST(CheckTableCommand, ReportsSchemaTableNamesThatBreakTheNameRules) {
   const CommandResult text = RunCheckTable({path});
   EXPECT_EQ(text.status, 1);
   EXPECT_THAT(Lines(text.out),
-              ElementsAre(path + ":3: error: 9lives: table name startswith digit. "
-                                 "[ERROR_TABLE_NAME_STARTWITH_DIGIT]",
-                          path + ":7: error: hp%n%s: table name has illegal character. "
-                                 "[ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR]",
+              ElementsAre(path + ":3:3: error: 9lives: table name startswith digit. [ERROR_TABLE_NA"
+                                 "ME_STARTWITH_DIGIT]",
+                          "    help: A table name must start with a letter or an underscore, not a "
+                          "digit 0-9: rename the struct.",
+                          path + ":7:3: error: hp%n%s: table name has illegal character. [ERROR_TAB"
+                                 "LE_NAME_HAS_ILLEGAL_CHAR]",
+                          "    help: A table name may hold only ASCII letters, digits and underscor"
+                          "es (no blank, '-', '.' or non-ASCII character): rename the struct.",
                           "2 tables checked, 2 failed"));
 
   const Json report = ParseReport(RunCheckTable({"-f", "json", path}));
@@ -462,8 +478,10 @@ TEST(CheckTableCommand, ChecksANamedTableWithPercentSignsAsPlainText) {
   EXPECT_EQ(table.at("checks")[1].at("result"), ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR);
   EXPECT_EQ(table.at("checks")[1].at("message"), "table name has illegal character.");
   EXPECT_THAT(Lines(RunCheckTable({"-t", "a%n%s%%", path}).out),
-              ElementsAre(path + ": error: a%n%s%%: table name has illegal character. "
-                                 "[ERROR_TABLE_NAME_HAS_ILLEGAL_CHAR]",
+              ElementsAre(path + ": error: a%n%s%%: table name has illegal character. [ERROR_TABLE_"
+                                 "NAME_HAS_ILLEGAL_CHAR]",
+                          "    help: A table name may hold only ASCII letters, digits and underscor"
+                          "es (no blank, '-', '.' or non-ASCII character): rename the struct.",
                           "1 table checked, 1 failed"));
 }
 
@@ -544,10 +562,11 @@ TEST(CheckTableCommand, PrintsAFailingCheckWithItsErrorLines) {
   // The wrapping line of the entry point is the headline, so it is not repeated below it.
   EXPECT_THAT(Lines(result.out),
               ElementsAre(path + ":3: ok: good (generic, old-style definition)",
-                          path + ":7: error: badkey: CheckPrimaryKey failed! table:'badkey',"
-                                 "ret:-51 [ERROR_REPEATED_FIELD_NAME]",
-                          "    repeated field name in primary key, invalid! entry_name:'uid' "
-                          "table='badkey'",
+                          path + ":7:25: error: badkey.primarykey: repeated field name in primary k"
+                                 "ey, invalid! entry_name:'uid' table='badkey' [ERROR_REPEATED_FIELD_NAME]",
+                          "    note: CheckPrimaryKey failed! table:'badkey',ret:-51",
+                          "    help: primarykey names this field more than once: list each key fiel"
+                          "d once.",
                           "2 tables checked, 1 failed"));
 }
 
@@ -559,14 +578,22 @@ TEST(CheckTableCommand, PrintsOneLinePerTableWithEveryFailingCheckUnderIt) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "");
   EXPECT_THAT(Lines(result.out),
-              ElementsAre(path + ":3: error: bag: table_type is generic,but customattr has contain "
-                                 "ListNum or SortFieldNum or SortRule,don't forget to check the "
-                                 "entry's customattr2. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
-                          "    CheckValueField failed! table:'bag',ret:-16 "
-                          "[ERROR_FIELD_TYPE_ILLEGAL]",
-                          "    The entry type is not supported! entry_name:'nick' table='bag'",
-                          "    these entry have 'count' without 'refer' : slots  "
-                          "[ERROR_COUNT_WITHNOT_REFER]",
+              ElementsAre(path + ":3:39: error: bag.customattr2: table_type is generic,but customat"
+                                 "tr has contain ListNum or SortFieldNum or SortRule,don't forget to check"
+                                 " the entry's customattr2. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "    help: A generic table has no list size and no sort order: remove Lis"
+                          "tNum, SortFieldNum and SortRule from customattr2, and the sort marks fro"
+                          "m its fields.",
+                          path + ":5:5: error: bag.nick: The entry type is not supported! entry_nam"
+                                 "e:'nick' table='bag' [ERROR_FIELD_TYPE_ILLEGAL]",
+                          "    note: CheckValueField failed! table:'bag',ret:-16",
+                          "    help: The store cannot hold this field's type (wstring is the base t"
+                          "ype it refuses): use string or another supported type.",
+                          path + ":6:5: error: bag.slots: these entry have 'count' without 'refer' "
+                                 ": slots [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each field listed has a count above 1 but no refer: add an ear"
+                          "lier integer field (int8 to uint32, count 1) for the number in use and n"
+                          "ame it in refer.",
                           "1 table checked, 1 failed"));
 }
 
@@ -582,8 +609,11 @@ TEST(CheckTableCommand, PrintsTheListOfOffendingArraysOfTheReferCheck) {
   const CommandResult result = RunCheckTable({path});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(Lines(result.out),
-              ElementsAre(path + ":3: error: bag: these entry have 'count' without 'refer' : arr  "
-                                 "[ERROR_COUNT_WITHNOT_REFER]",
+              ElementsAre(path + ":6:5: error: bag.arr: these entry have 'count' without 'refer' : "
+                                 "arr [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each field listed has a count above 1 but no refer: add an ear"
+                          "lier integer field (int8 to uint32, count 1) for the number in use and n"
+                          "ame it in refer.",
                           "1 table checked, 1 failed"));
 }
 
@@ -612,7 +642,7 @@ TEST(CheckTableCommand, KeepsTheJsonShapeKeyForKey) {
   const OrderedJson& attrs = table.at("checks")[0];
   EXPECT_THAT(Keys(attrs),
               ElementsAre("check", "result", "code", "message", "table_type", "list_num",
-                          "sort_field_num", "sort_rule", "data_protocol", "log"));
+                          "sort_field_num", "sort_rule", "data_protocol", "log", "findings"));
   EXPECT_EQ(attrs.at("check"), "CheckTableTypeByCustomAttr");
   EXPECT_EQ(attrs.at("result"), 0);
   EXPECT_EQ(attrs.at("code"), "CHECK_TABLE_SUCCESS");
@@ -634,7 +664,7 @@ TEST(CheckTableCommand, KeepsTheJsonShapeKeyForKey) {
       HasLogLine(attrs, 600, "CheckTableTypeByCustomAttr", "table:alpha table_type is generic."));
 
   const OrderedJson& entry = table.at("checks")[1];
-  EXPECT_THAT(Keys(entry), ElementsAre("check", "kind", "result", "code", "message", "log"));
+  EXPECT_THAT(Keys(entry), ElementsAre("check", "kind", "result", "code", "message", "log", "findings"));
   EXPECT_EQ(entry.at("check"), "VelmoraCheckTable");
   EXPECT_EQ(entry.at("kind"), 0);
   EXPECT_EQ(entry.at("result"), 0);
@@ -647,7 +677,8 @@ TEST(CheckTableCommand, KeepsTheJsonShapeKeyForKey) {
   EXPECT_EQ(entry.at("log").back().at("function"), "VelmoraCheckTable");
 
   const OrderedJson& refer = table.at("checks")[2];
-  EXPECT_THAT(Keys(refer), ElementsAre("check", "result", "code", "message", "report", "log"));
+  EXPECT_THAT(Keys(refer), ElementsAre("check", "result", "code", "message", "report", "log",
+                                           "findings"));
   EXPECT_EQ(refer.at("check"), "CheckWhetherCountWithRefer");
   EXPECT_EQ(refer.at("result"), 0);
   EXPECT_EQ(refer.at("code"), "CHECK_TABLE_SUCCESS");
@@ -724,8 +755,12 @@ TEST(CheckTableCommand, DerivesTheListKindFromTheAttributes) {
       "but now is :3.36.0";
   const CommandResult text = RunCheckTable({"--proxy-version", "3.36.0", path});
   EXPECT_EQ(text.status, 1);
-  EXPECT_THAT(Lines(text.out), ElementsAre(path + ":3: error: list4: " + message +
-                                               " [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+  EXPECT_THAT(Lines(text.out), ElementsAre(path + ":3:3: error: list4: This table:list4 's key num:4 is more than 3,"
+                                                  "proxy version need >= 3.37.0,but now is :3.36.0 [CHECK_TABLE_ERROR_SYSTE"
+                                                  "M_ERROR]",
+                                           "    help: Proxies before 3.37.0 serve at most 4 key fields of a generic "
+                                           "table and 3 of a list table: use fewer key fields, or pass --proxy-versi"
+                                           "on 3.37.0 or later if every proxy is that new.",
                                            "1 table checked, 1 failed"));
 
   const CommandResult json = RunCheckTable({"--proxy-version", "3.36.0", "-f", "json", path});
@@ -787,9 +822,12 @@ TEST(CheckTableCommand, PassesTheProxyVersions) {
       RunCheckTable({"--proxy-version", "3.37.0", "--rest-proxy-version", "3.36.0", path});
   EXPECT_EQ(rest.status, 1);
   EXPECT_THAT(Lines(rest.out),
-              ElementsAre(path + ":3: error: list4: This table:list4 's key num:4 is more than 3,"
-                                 "rest proxy version need >= 3.37.0,but now is :3.36.0 "
-                                 "[CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+              ElementsAre(path + ":3:3: error: list4: This table:list4 's key num:4 is more than 3,"
+                                 "rest proxy version need >= 3.37.0,but now is :3.36.0 [CHECK_TABLE_ERROR_"
+                                 "SYSTEM_ERROR]",
+                          "    help: REST proxies before 3.37.0 serve at most 4 key fields of a gen"
+                          "eric table and 3 of a list table: use fewer, or pass --rest-proxy-versio"
+                          "n 3.37.0 or later (or none).",
                           "1 table checked, 1 failed"));
   EXPECT_EQ(
       RunCheckTable({"--proxy-version", "3.37.0", "--rest-proxy-version", "none", path}).status, 0);
@@ -800,9 +838,11 @@ TEST(CheckTableCommand, PassesTheServerVersionToTheListSizeBound) {
   const CommandResult old_server = RunCheckTable({"-t", "biglist", path});
   EXPECT_EQ(old_server.status, 1);
   EXPECT_THAT(Lines(old_server.out),
-              ElementsAre(path + ":3: error: biglist: list_num must be [1,1023],but now "
-                                 "list_num:2000,list_num_str:2000,custom_str:TableType=LIST;"
-                                 "ListNum=2000 [CHECK_TABLE_ERROR_INVALID_PARAMETER]",
+              ElementsAre(path + ":3:42: error: biglist.customattr2: list_num must be [1,1023],but "
+                                 "now list_num:2000,list_num_str:2000,custom_str:TableType=LIST;ListNum=20"
+                                 "00 [CHECK_TABLE_ERROR_INVALID_PARAMETER]",
+                          "    help: ListNum must be from 1 to 1023, or up to 10000 when --server-v"
+                          "ersion is 3.40.0.193000 or later.",
                           "1 table checked, 1 failed"));
 
   const CommandResult new_server =
@@ -820,11 +860,14 @@ TEST(CheckTableCommand, PassesTheServerVersionToTheFieldSizeLimits) {
       RunCheckTable({"-t", "bigfield", "--server-version", "3.28.0", path});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(Lines(result.out),
-              ElementsAre(path + ":7: error: bigfield: ERR_ENTRY_LEN;blob| "
-                                 "[ERROR_ENTRY_LENGTH_NOT_LEGAL]",
-                          "    Table dose not have indexs, table:'bigfield'",
-                          "    entry blob length(200000) is greater than 128k",
-                          "    CheckFieldNameLength failed! table:'bigfield', svrMinVersion:3.28.0",
+              ElementsAre(path + ":9:5: error: bigfield.blob: entry blob length(200000) is greater "
+                                 "than 128k [ERROR_ENTRY_LENGTH_NOT_LEGAL]",
+                          "    note: ERR_ENTRY_LEN;blob|",
+                          "    note: CheckFieldNameLength failed! table:'bigfield', svrMinVersion:3"
+                          ".28.0",
+                          "    help: Servers before 3.29.0 hold a value field of at most 131072 byt"
+                          "es (unit size x count): make it smaller, or raise --server-version if ev"
+                          "ery server is newer.",
                           "1 table checked, 1 failed"));
   EXPECT_EQ(RunCheckTable({"-t", "bigfield", "--server-version", "3.29.0", path}).status, 0);
 }
@@ -840,9 +883,12 @@ TEST(CheckTableCommand, RequiresTheDataProtocolOnlyWhenAsked) {
   const CommandResult strict = RunCheckTable({"--require-data-protocol", path});
   EXPECT_EQ(strict.status, 1);
   EXPECT_THAT(Lines(strict.out),
-              ElementsAre(path + ":3: error: plain: DataProtocolType must be existed, please "
-                                 "check it. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
-                          path + ":7: ok: pb (generic)", "2 tables checked, 1 failed"));
+              ElementsAre(path + ":3:40: error: plain.customattr2: DataProtocolType must be existed"
+                                 ", please check it. [CHECK_TABLE_ERROR_SYSTEM_ERROR]",
+                          "    help: With --require-data-protocol every table's customattr2 must na"
+                          "me its protocol: add DataProtocolType=ZEM, PB or PLAIN.",
+                          path + ":7: ok: pb (generic)",
+                          "2 tables checked, 1 failed"));
 }
 
 // ---- The old schema ------------------------------------------------------------------------
@@ -876,10 +922,16 @@ TEST(CheckTableCommand, JudgesArraysAddedSinceTheOldSchema) {
 
   const CommandResult text = RunCheckTable({"--old", Fixture("old.xml"), path});
   EXPECT_THAT(Lines(text.out),
-              ElementsAre(path + ":3: error: bag: these new entry have 'count' without 'refer' : "
-                                 "extra  [ERROR_COUNT_WITHNOT_REFER]",
-                          path + ":9: error: wallet: these entry have 'count' without 'refer' : "
-                                 "coins  [ERROR_COUNT_WITHNOT_REFER]",
+              ElementsAre(path + ":7:5: error: bag.extra: these new entry have 'count' without 'ref"
+                                 "er' : extra [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each array this change adds (count above 1) needs a refer nami"
+                          "ng an earlier integer field (int8 to uint32, count 1) that holds the num"
+                          "ber in use.",
+                          path + ":11:5: error: wallet.coins: these entry have 'count' without 'ref"
+                                 "er' : coins [ERROR_COUNT_WITHNOT_REFER]",
+                          "    help: Each field listed has a count above 1 but no refer: add an ear"
+                          "lier integer field (int8 to uint32, count 1) for the number in use and n"
+                          "ame it in refer.",
                           "2 tables checked, 2 failed"));
 }
 

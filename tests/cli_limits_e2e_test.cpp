@@ -120,7 +120,9 @@ TEST(CheckTableLimits, LongTableNameIsShortenedInTextAndExactInJson) {
   EXPECT_EQ(text.status, 1);
   const std::string shown = std::string(48, 'a') + "...(10000 bytes)";
   EXPECT_EQ(text.out, game + ": error: " + shown + ": table name '" + shown +
-                          " [ERROR_TABLE_NAME_TOO_LONG]\n1 table checked, 1 failed\n");
+                          " [ERROR_TABLE_NAME_TOO_LONG]\n    help: A table name has at most 31 "
+                          "bytes; 32 or more fail although the text says 32 (it counts the "
+                          "terminator): shorten the name.\n1 table checked, 1 failed\n");
   const Json document = Json::parse(RunCheckTable({"-f", "json", "-t", table, game}).out);
   const Json& check = document["tables"][0]["checks"][0];
   EXPECT_EQ(document["tables"][0]["table"], table);

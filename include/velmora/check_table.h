@@ -100,8 +100,8 @@ class VELMORA_API CheckTable {
     kRepeatedFieldName,
   };
   // The steps in that order.
-  static const TableStep kTableSteps[];
   static const int kTableStepNum = 9;
+  static const TableStep kTableSteps[kTableStepNum];
   int RunTableChecks(const TableCall& call);
   // Runs one step on its own, as the entry point runs it once the table is found, with the same
   // arguments, and reports its failure as the entry point does. Reports nothing and returns
@@ -179,7 +179,8 @@ class VELMORA_API CheckTable {
                        LPWLOGCATEGORYINST log_handle);
   int CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int* sort_num,
                     LPWLOGCATEGORYINST log_handle);
-  int CheckSortMarkCounts(const int* sort_num, int sort_field_num, LPWLOGCATEGORYINST log_handle);
+  int CheckSortMarkCounts(LPZEMMETA meta, const int* sort_num, int sort_field_num,
+                          LPWLOGCATEGORYINST log_handle);
   int ReportUnreadableEntry(LPWLOGCATEGORYINST log_handle, int slot);
 
   // Reporting. Every failure goes through Report: the message is formatted into the error buffer

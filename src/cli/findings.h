@@ -19,8 +19,9 @@ struct Finding {
   int line = 0;    // 1-based line of the element in the schema file; 0 when it has no place
   int column = 0;  // 1-based column; 0 when it has no place
   FindingElement element = FindingElement::kStruct;
-  // The element's name as the report shows it after "TABLE.": "uid", "by_uid", "primarykey",
-  // "items.customattr2", "pos.x" for a field of a contained struct; empty for the table itself.
+  // The element's name: the table's for the table itself; otherwise as the report shows it after
+  // "TABLE.": "uid", "by_uid", "primarykey", "items.customattr2", "pos.x" for a field x of a
+  // struct pos the table contains.
   std::string name;
   std::string message;  // the most specific line the check wrote about it
   int result = 0;       // the result code the check reported with it

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <sstream>
 
 #include "cli/short_names.h"
@@ -12,57 +13,59 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Lines of this priority or more severe are shown under a failing check in the text report.
-constexpr int kShownPriority = WLOG_PRIORITY_ERROR;
-
 // "FILE:LINE" or, for a table the schema lacks, "FILE".
 std::string TablePlace(const std::string& schema_path, const TableRun& table) {
   if (!table.line) return schema_path;
   return schema_path + ":" + std::to_string(*table.line);
 }
 
-std::string ResultCodeText(int result) {
-  const char* name = CheckResultName(result);
-  return name != nullptr ? name : std::to_string(result);
+// "FILE:LINE:COL", "FILE:LINE" or "FILE", as far as the finding has a place.
+std::string FindingPlace(const std::string& schema_path, const Finding& finding) {
+  std::string place = schema_path;
+  if (finding.line > 0) place += ":" + std::to_string(finding.line);
+  if (finding.line > 0 && finding.column > 0) place += ":" + std::to_string(finding.column);
+  return place;
 }
 
-// What a failing check says: the checker's message, or the list of offending fields of a
-// count/refer check.
-const std::string& HeadlineMessage(const CheckRun& check) {
-  const bool is_count_refer =
-      check.check == CheckKind::kCountRefer || check.check == CheckKind::kNewCountRefer;
-  if (is_count_refer && !check.report.empty()) return check.report;
-  return check.message;
+// What a finding is about: "TABLE" or "TABLE.NAME", NAME as shown.
+std::string FindingSubject(const std::string& table, const Finding& finding,
+                           const std::string& shown_name) {
+  if (finding.element == FindingElement::kStruct) return shown_name;
+  return table + "." + shown_name;
 }
 
-// A failing table: one compiler-style line for its first failing check, then the error lines of
-// every failing check. A later check that fails for another reason adds its own message and code
-// before its lines. A line that repeats the headline or its own check's message (the entry point's
-// wrapping line, a table name rule that both the attribute check and the entry point apply) is
-// left out. Long names are shown shortened, so that every reason stays on screen.
-void WriteFailedTable(const std::string& place, const TableRun& table,
+// One finding: the compiler-style line with its most specific reason, then the lines around it
+// as notes, then what to change.
+void WriteFinding(const std::string& schema_path, const std::string& table, const Finding& finding,
+                  const std::unordered_set<std::string>& long_names, std::ostream& out) {
+  // The element's name is shortened on its own: joined to the table's it is no whole name.
+  const std::string shown_name = ShortenLongNames(finding.name, table, long_names);
+  out << FindingPlace(schema_path, finding) << (finding.also ? ": also: " : ": error: ")
+      << FindingSubject(table, finding, shown_name) << ": " << finding.message << " [" << finding.code
+      << "]\n";
+  for (const std::string& note : finding.notes) out << "    note: " << note << '\n';
+  if (!finding.help.empty()) out << "    help: " << finding.help << '\n';
+}
+
+// A failing table: every finding of its failing checks, in the order the checks ran; a finding
+// two checks share (a table name rule that the attribute check and the entry point both apply)
+// is shown once. Long names are shown shortened, so that every reason stays on screen.
+void WriteFailedTable(const std::string& schema_path, const TableRun& table,
                       const std::unordered_set<std::string>& long_names, std::ostream& out) {
   std::ostringstream body;
-  const CheckRun* first = nullptr;
+  std::vector<const Finding*> shown;
   for (const CheckRun& check : table.checks) {
-    if (check.passed) continue;
-    const std::string& message = HeadlineMessage(check);
-    if (first == nullptr) {
-      first = &check;
-      body << ": error: " << table.table << ": " << message << " ["
-           << ResultCodeText(check.result) << "]\n";
-    } else if (message != HeadlineMessage(*first) || check.result != first->result) {
-      body << "    " << message << " [" << ResultCodeText(check.result) << "]\n";
-    }
-    const std::string& headline = HeadlineMessage(*first);
-    for (const WlogRecord& line : check.log) {
-      if (line.priority > kShownPriority || line.text == message || line.text == headline) {
-        continue;
-      }
-      body << "    " << line.text << '\n';
+    for (const Finding& finding : check.findings) {
+      const bool repeated = std::any_of(shown.begin(), shown.end(), [&](const Finding* had) {
+        return had->line == finding.line && had->column == finding.column &&
+               had->name == finding.name && had->message == finding.message;
+      });
+      if (repeated) continue;
+      shown.push_back(&finding);
+      WriteFinding(schema_path, table.table, finding, long_names, body);
     }
   }
-  out << place << ShortenLongNames(body.str(), table.table, long_names);
+  out << ShortenLongNames(body.str(), table.table, long_names);
 }
 
 Json TextJson(const std::string& text) { return Json(ToValidUtf8(text)); }
@@ -84,6 +87,31 @@ Json LogJson(const std::vector<WlogRecord>& lines) {
     log.push_back(std::move(entry));
   }
   return log;
+}
+
+// A position of 0 means the message has none (a file that cannot be read).
+Json PositionJson(int position) { return position > 0 ? Json(position) : Json(nullptr); }
+
+Json FindingsJson(const std::vector<Finding>& findings) {
+  Json json = Json::array();
+  for (const Finding& finding : findings) {
+    Json entry;
+    entry["line"] = PositionJson(finding.line);
+    entry["column"] = PositionJson(finding.column);
+    entry["element"] = FindingElementName(finding.element);
+    entry["name"] = TextJson(finding.name);
+    entry["message"] = TextJson(finding.message);
+    entry["code"] = TextJson(finding.code);
+    if (finding.also) entry["also"] = true;
+    if (!finding.notes.empty()) {
+      Json notes = Json::array();
+      for (const std::string& note : finding.notes) notes.push_back(TextJson(note));
+      entry["notes"] = std::move(notes);
+    }
+    if (!finding.help.empty()) entry["help"] = TextJson(finding.help);
+    json.push_back(std::move(entry));
+  }
+  return json;
 }
 
 Json CheckJson(const CheckRun& check) {
@@ -109,11 +137,9 @@ Json CheckJson(const CheckRun& check) {
       break;
   }
   json["log"] = LogJson(check.log);
+  json["findings"] = FindingsJson(check.findings);
   return json;
 }
-
-// A position of 0 means the message has none (a file that cannot be read).
-Json PositionJson(int position) { return position > 0 ? Json(position) : Json(nullptr); }
 
 Json WarningJson(const ZemLoadMessage& warning) {
   Json json;
@@ -198,7 +224,7 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
       continue;
     }
     ++failed;
-    WriteFailedTable(place, table, run.long_names, out);
+    WriteFailedTable(options.schema_path, table, run.long_names, out);
   }
   const size_t checked = run.tables.size();
   out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed\n";

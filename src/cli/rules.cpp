@@ -1026,11 +1026,16 @@ std::vector<const RuleText*> TextsReporting(int code) {
   return direct;
 }
 
-const char* HintForFormat(const char* format) {
+const RuleText* FindRuleText(const char* format) {
   if (format == nullptr) return nullptr;
   const auto& by_format = TextsByFormat();
   const auto found = by_format.find(format);
-  return found != by_format.end() ? found->second->hint : nullptr;
+  return found != by_format.end() ? found->second : nullptr;
+}
+
+const char* HintForFormat(const char* format) {
+  const RuleText* text = FindRuleText(format);
+  return text != nullptr ? text->hint : nullptr;
 }
 
 const char* HintForReport(const char* format, const char* message) {

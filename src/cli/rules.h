@@ -62,6 +62,9 @@ const std::vector<RuleText>& RuleTexts();
 // The texts that report a rule's code, wrappers included, in the order of RuleTexts().
 std::vector<const RuleText*> TextsReporting(int code);
 
+// The failure text with this exact format, or nullptr when the reference does not list it.
+const RuleText* FindRuleText(const char* format);
+
 // The hint of the failure text with this exact format, or nullptr when it has none. A text the
 // checker passes as the argument of "%s" (a fixed usage text, the ERR_ENTRY_LEN; list) is found
 // by that text.

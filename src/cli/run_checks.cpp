@@ -6,7 +6,30 @@
 #include <utility>
 
 #include <velmora/check_table.h>
+#include "cli/collect_findings.h"
 #include "cli/short_names.h"
+
+// Runs the entry point's steps one at a time, to find every problem of a table that failed.
+class CheckTableSteps {
+ public:
+  // What each step of the entry point finds when run on its own with the same arguments.
+  static std::vector<Finding> AlsoFindings(LPZEMMETALIB metalib, const std::string& table,
+                                           int kind, const CheckOptions& options,
+                                           const FindingPlaces& places) {
+    std::vector<Finding> findings;
+    for (const CheckTable::TableStep step : CheckTable::kTableSteps) {
+      FailureRecorder recorder;
+      CheckTable checker;
+      (void)checker.RunTableStepAlone(step, metalib, table.c_str(), kind, nullptr,
+                                      options.server_version, options.proxy_version,
+                                      options.rest_proxy_version);
+      for (Finding& finding : places.Place(table, recorder.lines(), true)) {
+        findings.push_back(std::move(finding));
+      }
+    }
+    return findings;
+  }
+};
 
 namespace {
 
@@ -16,10 +39,41 @@ constexpr size_t kDataProtocolSize = 16;
 // Each check writes into a category of its own, which keeps every line at every priority.
 using CheckLog = WlogMemoryCategory;
 
+bool SameFinding(const Finding& a, const Finding& b) {
+  return a.line == b.line && a.column == b.column && a.name == b.name && a.message == b.message;
+}
+
+// The findings of a check that failed: what it reported, at its places. A failure that reported
+// no line at error priority is shown with the check's own message at the table.
+void SetFindings(const std::string& table, const FindingPlaces& places,
+                 const FailureRecorder& recorder, const std::string& message, CheckRun* run) {
+  if (run->passed) return;
+  run->findings = places.Place(table, recorder.lines(), false);
+  if (!run->findings.empty()) return;
+  Finding finding = places.OfTable(table, message, run->result);
+  for (const WlogRecord& line : run->log) {
+    if (line.priority <= WLOG_PRIORITY_ERROR && line.text != message) {
+      finding.notes.push_back(line.text);
+    }
+  }
+  run->findings.push_back(std::move(finding));
+}
+
+// Adds the findings not listed yet.
+void AddNewFindings(std::vector<Finding> more, std::vector<Finding>* findings) {
+  for (Finding& finding : more) {
+    const bool listed = std::any_of(findings->begin(), findings->end(), [&](const Finding& had) {
+      return SameFinding(had, finding);
+    });
+    if (!listed) findings->push_back(std::move(finding));
+  }
+}
+
 CheckRun RunTableTypeCheck(LPZEMMETALIB metalib, const std::string& table,
-                           const CheckOptions& options) {
+                           const CheckOptions& options, const FindingPlaces& places) {
   CheckRun run;
   run.check = CheckKind::kTableType;
+  FailureRecorder recorder;
   CheckLog log;
   CheckTable checker(options.server_version);
   char data_protocol[kDataProtocolSize] = {};
@@ -32,6 +86,7 @@ CheckRun RunTableTypeCheck(LPZEMMETALIB metalib, const std::string& table,
   run.log = log.TakeLines();
   // A table without attributes is an old-style definition, which the store still accepts.
   run.passed = run.result == CHECK_TABLE_SUCCESS || run.result == ERROR_OLD_TABLE_DEFINE;
+  SetFindings(table, places, recorder, run.message, &run);
   return run;
 }
 
@@ -45,25 +100,36 @@ int TableKindFor(const CheckRun& table_type_run, const CheckOptions& options) {
 }
 
 CheckRun RunTableCheck(LPZEMMETALIB metalib, const std::string& table, int kind,
-                       const CheckOptions& options) {
+                       const CheckOptions& options, const FindingPlaces& places) {
   CheckRun run;
   run.check = CheckKind::kTable;
   run.kind = kind;
-  CheckLog log;
-  CheckTable checker;
-  run.result =
-      checker.VelmoraCheckTable(metalib, table.c_str(), kind, log.handle(), options.server_version,
-                                options.proxy_version, options.rest_proxy_version);
-  run.message = checker.GetErrType();
-  run.log = log.TakeLines();
-  run.passed = run.result == CHECK_TABLE_SUCCESS;
+  {
+    FailureRecorder recorder;
+    CheckLog log;
+    CheckTable checker;
+    run.result = checker.VelmoraCheckTable(metalib, table.c_str(), kind, log.handle(),
+                                           options.server_version, options.proxy_version,
+                                           options.rest_proxy_version);
+    run.message = checker.GetErrType();
+    run.log = log.TakeLines();
+    run.passed = run.result == CHECK_TABLE_SUCCESS;
+    SetFindings(table, places, recorder, run.message, &run);
+  }
+  // The entry point stops at the first failure; the later ones are found step by step.
+  if (!run.passed) {
+    AddNewFindings(CheckTableSteps::AlsoFindings(metalib, table, kind, options, places),
+                   &run.findings);
+  }
   return run;
 }
 
 // The refer check: on the whole table, or, when the old schema had this table, only on what the
 // change adds, so that arrays already in use are not judged again.
-CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta) {
+CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta, const std::string& table,
+                            const FindingPlaces& places) {
   CheckRun run;
+  FailureRecorder recorder;
   CheckLog log;
   CheckTable checker;
   if (old_meta != nullptr) {
@@ -77,6 +143,7 @@ CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta) {
   run.message = checker.GetErrType();
   run.log = log.TakeLines();
   run.passed = run.result == CHECK_TABLE_SUCCESS;
+  SetFindings(table, places, recorder, run.report.empty() ? run.message : run.report, &run);
   return run;
 }
 
@@ -125,21 +192,22 @@ std::vector<std::string> TablesToCheck(const ZemLoadResult& schema, const CheckO
 }
 
 TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALIB old_metalib,
-                       const std::string& table, const CheckOptions& options) {
+                       const std::string& table, const CheckOptions& options,
+                       const FindingPlaces& places) {
   TableRun run;
   run.table = table;
   run.line = TableLine(lines, table);
 
-  CheckRun table_type_run = RunTableTypeCheck(metalib, table, options);
+  CheckRun table_type_run = RunTableTypeCheck(metalib, table, options, places);
   const int kind = TableKindFor(table_type_run, options);
   run.checks.push_back(std::move(table_type_run));
-  run.checks.push_back(RunTableCheck(metalib, table, kind, options));
+  run.checks.push_back(RunTableCheck(metalib, table, kind, options, places));
 
   LPZEMMETA meta = zem_get_meta_by_name(metalib, table.c_str());
   if (meta != nullptr) {
     LPZEMMETA old_meta =
         old_metalib != nullptr ? zem_get_meta_by_name(old_metalib, table.c_str()) : nullptr;
-    run.checks.push_back(RunCountReferCheck(meta, old_meta));
+    run.checks.push_back(RunCountReferCheck(meta, old_meta, table, places));
   }
 
   run.ok = true;
@@ -199,9 +267,10 @@ SchemaRun RunChecks(const CheckOptions& options) {
   run.loaded = true;
   run.long_names = LongNamesOf(schema.metalib.get());
   const MetaLines lines = LinesOfMetas(schema);
+  const FindingPlaces places(schema.metalib.get(), schema.places);
   for (const std::string& table : TablesToCheck(schema, options)) {
-    run.tables.push_back(
-        CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(), table, options));
+    run.tables.push_back(CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(),
+                                       table, options, places));
   }
   return run;
 }

@@ -426,7 +426,7 @@ int CheckTable::CheckSortEntries(LPZEMMETALIB metalib, LPZEMMETA meta, int sort_
       },
       [&](int slot) { return ReportUnreadableEntry(log_handle, slot); });
   if (ret != CHECK_TABLE_SUCCESS) return ret;
-  return CheckSortMarkCounts(sort_num, sort_field_num, log_handle);
+  return CheckSortMarkCounts(meta, sort_num, sort_field_num, log_handle);
 }
 
 int CheckTable::CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int* sort_num,
@@ -458,36 +458,38 @@ int CheckTable::CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int
   return CHECK_TABLE_SUCCESS;
 }
 
-int CheckTable::CheckSortMarkCounts(const int* sort_num, int sort_field_num,
+int CheckTable::CheckSortMarkCounts(LPZEMMETA meta, const int* sort_num, int sort_field_num,
                                     LPWLOGCATEGORYINST log_handle) {
+  // The marks are judged against the table's attribute string, which says how many there are.
+  const CheckTableElement attrs = OnTableAttributes(meta);
   const int sort1_num = sort_num[0];
   const int sort2_num = sort_num[1];
   const int sort3_num = sort_num[2];
   const int sort4_num = sort_num[3];
   // Marks have no gaps: a higher one needs every lower one.
   if (sort4_num != 0 && (sort1_num == 0 || sort2_num == 0 || sort3_num == 0)) {
-    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                           "Has sort4,but it does not have sort1/sort2/sort3");
+    return REPORT_ERROR_ON_AT(log_handle, attrs, CUSTOM_ATTR_LOC,
+                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "Has sort4,but it does not have sort1/sort2/sort3");
   }
   if (sort4_num == 0 && sort3_num != 0 && (sort1_num == 0 || sort2_num == 0)) {
-    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                           "Has sort3,but it does not have sort1/sort2");
+    return REPORT_ERROR_ON_AT(log_handle, attrs, CUSTOM_ATTR_LOC,
+                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "Has sort3,but it does not have sort1/sort2");
   }
   if (sort4_num == 0 && sort3_num == 0 && sort2_num != 0 && sort1_num == 0) {
-    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                           "Has sort2,but it does not have sort1");
+    return REPORT_ERROR_ON_AT(log_handle, attrs, CUSTOM_ATTR_LOC,
+                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "Has sort2,but it does not have sort1");
   }
   if (sort1_num > 1 || sort2_num > 1 || sort3_num > 1 || sort4_num > 1) {
-    return REPORT_ERROR_AT(log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
-                           "Every sort flag should be 1 time(sort1:%d,sort2:%d,sort3:%d,sort4:%d),please check.",
-                           sort1_num, sort2_num, sort3_num, sort4_num);
+    return REPORT_ERROR_ON_AT(log_handle, attrs, CUSTOM_ATTR_LOC,
+                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "Every sort flag should be 1 time(sort1:%d,sort2:%d,sort3:%d,sort4:%d),please check.",
+                              sort1_num, sort2_num, sort3_num, sort4_num);
   }
   // Each mark is now used once and the marks form a prefix sort1..sortN, so their sum is N, which
   // must be the table's SortFieldNum. "curstomaattr" and " 's" are the message's own; keep them.
   const int total = sort1_num + sort2_num + sort3_num + sort4_num;
   if (total != sort_field_num) {
-    return REPORT_ERROR_AT(
-        log_handle, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+    return REPORT_ERROR_ON_AT(
+        log_handle, attrs, CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
         "pstEntry 's curstomaattr num's sort num %d not match with meta's SortFieldNum=%d",
         total, sort_field_num);
   }
