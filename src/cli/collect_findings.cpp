@@ -121,7 +121,9 @@ void FindingPlaces::Locate(const std::string& table, const CheckTableElement& el
     case CheckTableElementKind::kIndex: {
       LPZEMMETAINDEX index = static_cast<LPZEMMETAINDEX>(element.handle);
       finding->element = FindingElement::kIndex;
-      if (table_meta != nullptr && index != nullptr) finding->name = zem_index_name(table_meta, index);
+      if (table_meta != nullptr && index != nullptr) {
+        finding->name = zem_index_name(table_meta, index);
+      }
       SetPlace(m_places.Of(index), finding);
       return;
     }

@@ -41,8 +41,8 @@ void WriteFinding(const std::string& schema_path, const std::string& table, cons
   // The element's name is shortened on its own: joined to the table's it is no whole name.
   const std::string shown_name = ShortenLongNames(finding.name, table, long_names);
   out << FindingPlace(schema_path, finding) << (finding.also ? ": also: " : ": error: ")
-      << FindingSubject(table, finding, shown_name) << ": " << finding.message << " [" << finding.code
-      << "]\n";
+      << FindingSubject(table, finding, shown_name) << ": " << finding.message << " ["
+      << finding.code << "]\n";
   for (const std::string& note : finding.notes) out << "    note: " << note << '\n';
   if (!finding.help.empty()) out << "    help: " << finding.help << '\n';
 }

@@ -440,7 +440,8 @@ int CheckTable::CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int
   // Every element of a list shares the table's key, so a key field cannot order them.
   if (IsPrimaryKeyEntry(pstEntry)) {
     return REPORT_ERROR_ON_AT(log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC,
-                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "sortfield not support keyfield %s", zem_get_entry_name(pstEntry));
+                              CHECK_TABLE_ERROR_INVALID_PARAMETER, "sortfield not support keyfield %s",
+                              zem_get_entry_name(pstEntry));
   }
   const int type = zem_get_entry_type(pstEntry);
   if (!IsSortFieldType(type)) {
@@ -451,7 +452,8 @@ int CheckTable::CountSortMark(LPZEMMETALIB metalib, LPZEMMETAENTRY pstEntry, int
   const int mark = SortMarkNumber(cus_attr_2);
   if (mark == 0) {
     return REPORT_ERROR_ON_AT(
-        log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC, CHECK_TABLE_ERROR_INVALID_PARAMETER,
+        log_handle, OnEntryAttributes(pstEntry), CUSTOM_ATTR_LOC,
+        CHECK_TABLE_ERROR_INVALID_PARAMETER,
         "The customattr2 is just used to SortList,it must be sort1,sort2,sort3,sort4");
   }
   ++sort_num[mark - 1];

@@ -117,18 +117,20 @@ int CheckTable::CheckKeyMember(LPZEMMETA meta, LPZEMMETAENTRY pstEntry,
   const char* meta_name = zem_get_meta_name(meta);
   const char* entry_name = zem_get_entry_name(pstEntry);
   if (CheckWhetherTypeSupportted(pstEntry, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_ON_AT(log_handle, OnEntry(pstEntry), PRIMARY_KEY_LOC, ERROR_FIELD_TYPE_ILLEGAL,
-                           "The entry type is not supported! entry_name:'%s' table='%s'",
+    return REPORT_ERROR_ON_AT(log_handle, OnEntry(pstEntry), PRIMARY_KEY_LOC,
+                              ERROR_FIELD_TYPE_ILLEGAL, "The entry type is not supported! entry_name:'%s' table='%s'",
                            entry_name, meta_name);
   }
   if (CheckWhetherExistEntry(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_ON_AT(log_handle, OnPrimaryKey(meta), PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
-                           "Primaykey is not exist entry! Primaykey:'%s', table:'%s'", entry_name,
-                           meta_name);
+    return REPORT_ERROR_ON_AT(log_handle, OnPrimaryKey(meta), PRIMARY_KEY_LOC,
+                              ERROR_PRIMARYKEY_FIELD,
+                              "Primaykey is not exist entry! Primaykey:'%s', table:'%s'",
+                              entry_name, meta_name);
   }
   if (every_index_needs_whole_key &&
       CheckWhetherIndex(entry_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_ON_AT(log_handle, OnPrimaryKey(meta), PRIMARY_KEY_LOC, ERROR_PRIMARYKEY_FIELD,
+    return REPORT_ERROR_ON_AT(log_handle, OnPrimaryKey(meta), PRIMARY_KEY_LOC,
+                              ERROR_PRIMARYKEY_FIELD,
                            "The index field has not include primarykey if splittablekey not exist! primarykey:'%s' table:'%s'",
                            entry_name, meta_name);
   }
@@ -212,7 +214,8 @@ int CheckTable::CheckSplitKeyPiece(LPZEMMETA meta, const std::string& piece,
                                    LPWLOGCATEGORYINST log_handle) {
   const char* meta_name = zem_get_meta_name(meta);
   if (CheckWhetherPrimaryKey(piece.c_str(), meta, log_handle) != CHECK_TABLE_SUCCESS) {
-    return REPORT_ERROR_ON_AT(log_handle, OnSplitTableKey(meta), SPLIT_KEY_LOC, ERROR_SPLITTABLE_FIELD,
+    return REPORT_ERROR_ON_AT(log_handle, OnSplitTableKey(meta), SPLIT_KEY_LOC,
+                              ERROR_SPLITTABLE_FIELD,
                            "Primaykey must include splittablekey! Splittablekey:'%s',table:'%s' ",
                            piece.c_str(), meta_name);
   }
