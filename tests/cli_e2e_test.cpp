@@ -222,7 +222,7 @@ TEST(CheckTableCommand, ReportsALoadErrorAsJson) {
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.err, "");
   const OrderedJson report = OrderedJson::parse(result.out);
-  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "error"));
+  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "error", "errors"));
   EXPECT_EQ(report.at("format"), 1);
   EXPECT_EQ(report.at("schema"), path);
   const OrderedJson& error = report.at("error");
@@ -304,7 +304,7 @@ TEST(CheckTableCommand, KeepsTheLoaderWarningsBeforeALoadError) {
   EXPECT_EQ(json.status, 2);
   EXPECT_EQ(json.err, "");
   const OrderedJson report = OrderedJson::parse(json.out);
-  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "error", "warnings"));
+  EXPECT_THAT(Keys(report), ElementsAre("format", "schema", "error", "errors", "warnings"));
   EXPECT_EQ(report.at("error"),
             OrderedJson({{"line", 5},
                          {"column", 21},

@@ -110,3 +110,29 @@ TEST(CheckTableCommandFindings, KeepEveryOtherKeyAndValueOfTheJsonReport) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(CheckTableCommandFindings, ReportsEveryStructThatCannotBeBuiltWithItsPlace) {
+  const std::string path = Fixture("three_broken.xml");
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 2);
+  EXPECT_EQ(text.out, "");
+  EXPECT_THAT(
+      Lines(text.err),
+      ElementsAre(path + ":2:20: error: struct 'a': primarykey member 'nope' names no entry of "
+                         "struct 'a'",
+                  path + ":6:21: error: entry 'k': type 'nosuchtype' is neither a base type nor "
+                         "a struct or union defined earlier",
+                  path + ":13:21: error: entry 'n': type 'a' is a struct or union that could not "
+                         "be built"));
+  const CommandResult json = RunCheckTable({"-f", "json", path});
+  EXPECT_EQ(json.status, 2);
+  const Json report = Json::parse(json.out);
+  EXPECT_EQ(report.at("error"), report.at("errors")[0]);
+  ASSERT_EQ(report.at("errors").size(), 3u);
+  EXPECT_EQ(report.at("errors")[2].at("line"), 13);
+  EXPECT_EQ(report.at("errors")[2].at("column"), 21);
+}
+
+}  // namespace

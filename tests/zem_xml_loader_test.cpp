@@ -1076,7 +1076,7 @@ TEST(ZemXmlLoader, IndexNeedsAUniqueNameAndColumnsNamingEntries) {
             "game.xml:4:26: error: index 'by_uid': column 'zone' names no entry of struct 'p'");
 }
 
-TEST(ZemXmlLoader, NothingIsBuiltAfterTheFirstError) {
+TEST(ZemXmlLoader, NothingIsBuiltWhenAStructCannotBeBuiltButTheRestIsRead) {
   const ZemLoadResult result = Load(Xml({"<metalib name=\"g\" bogus=\"1\">",
                                          "  <struct name=\"ok\"><entry name=\"a\" type=\"int8\"/></struct>",
                                          "  <struct name=\"p\"><entry name=\"a\" type=\"nope\"/></struct>",
@@ -1086,7 +1086,9 @@ TEST(ZemXmlLoader, NothingIsBuiltAfterTheFirstError) {
   EXPECT_EQ(result.metalib, nullptr);
   EXPECT_TRUE(result.metas.empty());
   EXPECT_EQ(result.error.line, 3);
-  EXPECT_EQ(result.warnings.size(), 1u);
+  // The structs after the one in error are still read, for their own errors and warnings.
+  EXPECT_EQ(result.errors.size(), 1u);
+  EXPECT_EQ(result.warnings.size(), 2u);
 }
 
 TEST(ZemXmlLoader, LongValuesAreCutInMessages) {
@@ -1152,4 +1154,33 @@ TEST(ZemXmlLoader, KeepsThePlacesOfStructsEntriesIndexesAndKeyAttributes) {
   EXPECT_TRUE(SamePlace(
       places.OfAttribute(zem_get_entry_by_index(table, 0), ZemSourcePlaces::CUSTOM_ATTR2), 0, 0));
   EXPECT_TRUE(SamePlace(places.Of(&text), 0, 0));
+}
+
+TEST(ZemXmlLoader, ListsTheErrorOfEveryStructThatCannotBeBuiltUpToFifty) {
+  const std::string text =
+      "<metalib name=\"m\">\n"
+      "  <struct name=\"a\" primarykey=\"nope\"><entry name=\"x\" type=\"int32\"/></struct>\n"
+      "  <struct name=\"b\"><entry name=\"k\" type=\"nosuch\"/></struct>\n"
+      "  <struct name=\"ok\"><entry name=\"k\" type=\"int32\"/></struct>\n"
+      "  <struct name=\"c\"><entry name=\"n\" type=\"a\"/></struct>\n"
+      "</metalib>\n";
+  const ZemLoadResult result = ZemLoadXmlText("m.xml", text);
+  ASSERT_FALSE(result.ok);
+  ASSERT_EQ(result.errors.size(), 3u);
+  EXPECT_EQ(result.error.text, result.errors[0].text);
+  EXPECT_EQ(result.errors[0].text,
+            "struct 'a': primarykey member 'nope' names no entry of struct 'a'");
+  EXPECT_EQ(result.errors[0].line, 2);
+  EXPECT_EQ(result.errors[1].line, 3);
+  EXPECT_EQ(result.errors[2].text,
+            "entry 'n': type 'a' is a struct or union that could not be built");
+  EXPECT_EQ(result.errors[2].line, 5);
+  EXPECT_EQ(result.errors[2].column, 36);
+
+  std::string many = "<metalib name=\"m\">\n";
+  for (int i = 0; i < 60; ++i) {
+    many += "<struct name=\"s" + std::to_string(i) + "\" primarykey=\"x\"/>\n";
+  }
+  many += "</metalib>\n";
+  EXPECT_EQ(ZemLoadXmlText("many.xml", many).errors.size(), ZEM_MAX_LOAD_ERRORS);
 }

@@ -29,6 +29,9 @@ constexpr int64_t ZEM_MAX_SIZE_BYTES = INT32_MAX;
 constexpr size_t ZEM_MAX_KEY_MEMBERS = INT16_MAX;
 // Columns of an index: its columns are key members, of which a table has no more.
 constexpr size_t ZEM_MAX_INDEX_COLUMNS = ZEM_MAX_KEY_MEMBERS;
+// Load errors listed for a file: after a struct or union that cannot be built the loader goes on
+// with the next one, up to this many errors.
+constexpr size_t ZEM_MAX_LOAD_ERRORS = 50;
 // Warnings of one kind listed for a file; the rest are counted in one more warning.
 constexpr size_t ZEM_MAX_WARNINGS_PER_KIND = 100;
 
@@ -90,7 +93,10 @@ class VELMORA_API ZemSourcePlaces {
 struct ZemLoadResult {
   bool ok = false;
   ZemMetaLibPtr metalib;                 // set when ok
-  ZemLoadMessage error;                  // set when not ok
+  ZemLoadMessage error;                  // set when not ok: the first load error
+  // Every load error of a well-formed file, in file order, the first included (at most
+  // ZEM_MAX_LOAD_ERRORS); empty when the file could not be read or parsed.
+  std::vector<ZemLoadMessage> errors;
   std::vector<ZemLoadMessage> warnings;  // unknown elements and attributes, repeated macros
   std::vector<ZemMetaInfo> metas;        // set when ok
   ZemSourcePlaces places;                // of the metalib's elements, when ok

@@ -187,6 +187,27 @@ void WriteJson(const Json& json, std::ostream& out) {
   out << '\n';
 }
 
+Json LoadErrorJson(const ZemLoadMessage& error) {
+  Json json;
+  json["line"] = PositionJson(error.line);
+  json["column"] = PositionJson(error.column);
+  json["message"] = TextJson(error.text);
+  return json;
+}
+
+// A schema that could not be loaded: its first load error, then all of them.
+void WriteLoadErrorJson(const SchemaRun& run, std::ostream& out) {
+  Json json;
+  json["format"] = 1;
+  json["schema"] = TextJson(run.error_schema);
+  json["error"] = LoadErrorJson(run.error);
+  Json errors = Json::array();
+  for (const ZemLoadMessage& error : run.errors) errors.push_back(LoadErrorJson(error));
+  json["errors"] = std::move(errors);
+  if (!run.warnings.empty()) json["warnings"] = WarningsJson(run.warnings);
+  WriteJson(json, out);
+}
+
 }  // namespace
 
 std::string DescribeTableKind(const CheckRun& table_type_run) {
@@ -211,7 +232,9 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
     err << FormatZemLoadMessage(warning, "warning") << '\n';
   }
   if (!run.loaded) {
-    err << FormatZemLoadMessage(run.error, "error") << '\n';
+    for (const ZemLoadMessage& error : run.errors) {
+      err << FormatZemLoadMessage(error, "error") << '\n';
+    }
     return;
   }
 
@@ -232,16 +255,7 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
 
 void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out) {
   if (!run.loaded) {
-    Json json;
-    json["format"] = 1;
-    json["schema"] = TextJson(run.error_schema);
-    Json error;
-    error["line"] = PositionJson(run.error.line);
-    error["column"] = PositionJson(run.error.column);
-    error["message"] = TextJson(run.error.text);
-    json["error"] = std::move(error);
-    if (!run.warnings.empty()) json["warnings"] = WarningsJson(run.warnings);
-    WriteJson(json, out);
+    WriteLoadErrorJson(run, out);
     return;
   }
 

@@ -224,6 +224,11 @@ void SetLoadError(const std::string& path, const ZemLoadResult& loaded, SchemaRu
   run.error = loaded.error;
   if (run.error.file.empty()) run.error.file = path;
   if (run.error.text.empty()) run.error.text = "the schema could not be loaded";
+  run.errors = loaded.errors;
+  if (run.errors.empty()) run.errors.push_back(run.error);
+  for (ZemLoadMessage& error : run.errors) {
+    if (error.file.empty()) error.file = path;
+  }
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "schema/zem_xml_values.h"
@@ -329,10 +330,8 @@ class SchemaReader {
           ok = ReadMacro(child);
           break;
         case ELEMENT_STRUCT:
-          ok = ReadMeta(child, false);
-          break;
         case ELEMENT_UNION:
-          ok = ReadMeta(child, true);
+          ok = ReadMetaOrSkip(child, KindOfElement(child.name()) == ELEMENT_UNION);
           break;
         default:
           WarnUnexpectedElement(child, node);
@@ -340,7 +339,25 @@ class SchemaReader {
       }
       if (!ok) return false;
     }
-    return true;
+    if (m_result->errors.empty()) return true;
+    m_result->error = m_result->errors.front();
+    return false;
+  }
+
+  // A struct or union that cannot be built is left out, its error listed, and the walk goes on
+  // with the next one, so that one load shows every such error. Returns false once the list is
+  // full.
+  bool ReadMetaOrSkip(const pugi::xml_node& node, bool is_union) {
+    const size_t metas = m_def.metas.size();
+    if (ReadMeta(node, is_union)) return true;
+    if (m_def.metas.size() > metas) {
+      m_broken.insert(m_def.metas.back().name);
+      m_metas.erase(std::string_view(m_def.metas.back().name));
+      m_def.metas.pop_back();
+      m_places.pop_back();
+    }
+    m_result->errors.push_back(m_result->error);
+    return m_result->errors.size() < ZEM_MAX_LOAD_ERRORS;
   }
 
   bool ReadMacro(const pugi::xml_node& node) {
@@ -475,6 +492,10 @@ class SchemaReader {
       return true;
     }
     const auto found = m_metas.find(type);
+    if (found == m_metas.end() && m_broken.count(std::string(type)) != 0) {
+      return Fail(attribute, owner + ": type " + Quote(type) +
+                                 " is a struct or union that could not be built");
+    }
     if (found == m_metas.end()) {
       return Fail(attribute, owner + ": type " + Quote(type) +
                                  " is neither a base type nor a struct or union defined earlier");
@@ -739,6 +760,7 @@ class SchemaReader {
   std::unordered_map<std::string_view, int> m_macros;
   std::unordered_map<std::string_view, KnownMeta> m_metas;
   size_t m_warnings[WARN_KIND_NUM] = {};
+  std::unordered_set<std::string> m_broken;  // structs and unions left out for a load error
 };
 
 }  // namespace
