@@ -393,6 +393,17 @@ class SchemaReader {
     return true;
   }
 
+  // The places of a struct or union element starting at offset and of its key attributes.
+  ZemMetaPlaces* AddMetaPlaces(size_t offset, const Attributes& attributes) {
+    m_places.emplace_back();
+    ZemMetaPlaces* places = &m_places.back();
+    places->element = PlaceOf(offset);
+    places->attributes[ZemSourcePlaces::PRIMARY_KEY] = PlaceOf(attributes[ATTR_PRIMARYKEY]);
+    places->attributes[ZemSourcePlaces::SPLIT_TABLE_KEY] = PlaceOf(attributes[ATTR_SPLITTABLEKEY]);
+    places->attributes[ZemSourcePlaces::CUSTOM_ATTR2] = PlaceOf(attributes[ATTR_CUSTOMATTR2]);
+    return places;
+  }
+
   bool ReadMeta(const pugi::xml_node& node, bool is_union) {
     Attributes attributes;
     if (!CollectAttributes(node, is_union ? ELEMENT_UNION : ELEMENT_STRUCT, &attributes)) {
@@ -421,13 +432,7 @@ class SchemaReader {
 
     m_def.metas.emplace_back();
     meta.def = &m_def.metas.back();
-    m_places.emplace_back();
-    meta.places = &m_places.back();
-    meta.places->element = PlaceOf(known.offset);
-    meta.places->attributes[ZemSourcePlaces::PRIMARY_KEY] = PlaceOf(attributes[ATTR_PRIMARYKEY]);
-    meta.places->attributes[ZemSourcePlaces::SPLIT_TABLE_KEY] =
-        PlaceOf(attributes[ATTR_SPLITTABLEKEY]);
-    meta.places->attributes[ZemSourcePlaces::CUSTOM_ATTR2] = PlaceOf(attributes[ATTR_CUSTOMATTR2]);
+    meta.places = AddMetaPlaces(known.offset, attributes);
     meta.def->name = std::string(meta.name);
     meta.def->is_union = is_union;
     if (!ReadVersion(attributes[ATTR_VERSION], owner, &meta.def->version)) return false;
