@@ -36,13 +36,15 @@ const char* const kFooter =
     "Reports:\n"
     "  text  one line per failing table, FILE:LINE: error: TABLE: MESSAGE [CODE], with the\n"
     "        checker's error lines under it; FILE:LINE: ok: TABLE (KIND) per passing table;\n"
-    "        then a summary line. Loader warnings and errors go to standard error.\n"
+    "        then a summary line. Loader warnings and errors go to standard error; with\n"
+    "        --strict each warning is an error line FILE:LINE:COL: error: TEXT [strict]\n"
+    "        before the tables.\n"
     "  json  one document: per table every check's result, code name, message, attribute\n"
     "        parse results and log lines (priority, function, file, line, text).\n"
     "\n"
     "Exit status:\n"
     "  0  every table passed\n"
-    "  1  at least one table failed\n"
+    "  1  at least one table failed, or with --strict the loader warned\n"
     "  2  the options or a schema could not be used; nothing was checked\n"
     "\n"
     "Examples:\n"
@@ -213,6 +215,8 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   app.add_option("-f,--format", format_text, "Report format: text (default) or json")
       ->type_name("FORMAT")
       ->check(CLI::IsMember({"text", "json"}));
+  app.add_flag("--strict", options.strict,
+               "Every loader warning is an error: listed at its place, exit status 1");
   AddMaxInputSizeOption(app, options);
   AddRulesReferenceOptions(app, out);
 

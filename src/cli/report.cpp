@@ -130,6 +130,37 @@ Json WarningsJson(const std::vector<ZemLoadMessage>& warnings) {
   return json;
 }
 
+// Under --strict each warning is also an error, with the code "strict".
+Json StrictErrorsJson(const std::vector<ZemLoadMessage>& warnings) {
+  Json json = Json::array();
+  for (const ZemLoadMessage& warning : warnings) {
+    Json error = WarningJson(warning);
+    error["code"] = "strict";
+    json.push_back(std::move(error));
+  }
+  return json;
+}
+
+// The loader warnings: on err, or under --strict as error lines, on out beside the tables when
+// the schema loaded.
+void WriteTextWarnings(const SchemaRun& run, std::ostream& out, std::ostream& err) {
+  for (const ZemLoadMessage& warning : run.warnings) {
+    if (run.strict) {
+      (run.loaded ? out : err) << FormatZemLoadMessage(warning, "error") << " [strict]\n";
+    } else {
+      err << FormatZemLoadMessage(warning, "warning") << '\n';
+    }
+  }
+}
+
+// ", 2 warnings are errors under --strict" after the summary of a strict run that warned.
+std::string StrictSummary(const SchemaRun& run) {
+  if (!run.strict || run.warnings.empty()) return std::string();
+  const size_t count = run.warnings.size();
+  return ", " + std::to_string(count) + (count == 1 ? " warning is an error" : " warnings are errors") +
+         " under --strict";
+}
+
 Json TableJson(const TableRun& table) {
   Json json;
   json["table"] = TextJson(table.table);
@@ -181,9 +212,7 @@ std::string DescribeTableKind(const CheckRun& table_type_run) {
 
 void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
                      std::ostream& err) {
-  for (const ZemLoadMessage& warning : run.warnings) {
-    err << FormatZemLoadMessage(warning, "warning") << '\n';
-  }
+  WriteTextWarnings(run, out, err);
   if (!run.loaded) {
     err << FormatZemLoadMessage(run.error, "error") << '\n';
     return;
@@ -201,7 +230,8 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
     WriteFailedTable(place, table, run.long_names, out);
   }
   const size_t checked = run.tables.size();
-  out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed\n";
+  out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed"
+      << StrictSummary(run) << '\n';
 }
 
 void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out) {
@@ -209,12 +239,14 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
     Json json;
     json["format"] = 1;
     json["schema"] = TextJson(run.error_schema);
+    if (run.strict) json["strict"] = true;
     Json error;
     error["line"] = PositionJson(run.error.line);
     error["column"] = PositionJson(run.error.column);
     error["message"] = TextJson(run.error.text);
     json["error"] = std::move(error);
     if (!run.warnings.empty()) json["warnings"] = WarningsJson(run.warnings);
+    if (run.strict && !run.warnings.empty()) json["errors"] = StrictErrorsJson(run.warnings);
     WriteJson(json, out);
     return;
   }
@@ -223,6 +255,7 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   // stands in memory as one JSON tree.
   out << "{\n  \"format\": 1,\n  \"schema\": ";
   WriteIndented(TextJson(options.schema_path), 1, out);
+  if (run.strict) out << ",\n  \"strict\": true";
   out << ",\n  \"tables\": [";
   int failed = 0;
   for (size_t i = 0; i < run.tables.size(); ++i) {
@@ -239,6 +272,10 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   if (!run.warnings.empty()) {
     out << ",\n  \"warnings\": ";
     WriteIndented(WarningsJson(run.warnings), 1, out);
+  }
+  if (run.strict && !run.warnings.empty()) {
+    out << ",\n  \"errors\": ";
+    WriteIndented(StrictErrorsJson(run.warnings), 1, out);
   }
   out << "\n}\n";
 }

@@ -49,6 +49,7 @@ struct SchemaRun {
   std::string error_schema;              // the schema file that could not be loaded
   ZemLoadMessage error;                  // its load error, when not loaded
   std::vector<ZemLoadMessage> warnings;  // of the schema, then of the old schema
+  bool strict = false;                   // the warnings are errors
   std::vector<TableRun> tables;
   // The schema's names longer than the text report shows whole, which findings may quote.
   std::unordered_set<std::string> long_names;
@@ -61,7 +62,8 @@ const char* CheckName(CheckKind check);
 // check and is returned in the result.
 SchemaRun RunChecks(const CheckOptions& options);
 
-// 0 when every table passed, 1 when one failed, 2 when a schema could not be loaded.
+// 0 when every table passed, 1 when one failed or a strict run has warnings, 2 when a schema
+// could not be loaded.
 int ExitStatusFor(const SchemaRun& run);
 
 #endif  // VELMORA_CLI_RUN_CHECKS_H_
