@@ -38,6 +38,8 @@ struct TypoCase {
   int column;
   const char* warning;
   int plain_status;  // without --strict
+  const char* element;  // what the warning is about, as the JSON error names it
+  const char* about;
 };
 
 // The typos that used to pass in silence, each with what it costs without --strict.
@@ -45,31 +47,35 @@ std::vector<TypoCase> TypoCases() {
   return {
       // No primary key: no table is checked at all.
       {"primaryKey", TableSchema("primaryKey=\"k\""), 2, 20,
-       "unknown attribute 'primaryKey' of <struct> is ignored; did you mean 'primarykey'?", 0},
+       "unknown attribute 'primaryKey' of <struct> is ignored; did you mean 'primarykey'?", 0,
+       "attribute", "primaryKey"},
       // No table attributes: an old-style generic table instead of a list.
       {"customattr", TableSchema("primarykey=\"k\" customattr=\"TableType=LIST;ListNum=5\""), 2,
        35, "unknown attribute 'customattr' of <struct> is ignored; did you mean 'customattr2'?",
-       0},
+       0, "attribute", "customattr"},
       // The index is left without columns, which the index check refuses.
       {"colum",
        "<metalib name=\"g\">\n  <struct name=\"t\" primarykey=\"k\">\n"
        "    <entry name=\"k\" type=\"int32\"/>\n    <entry name=\"v\" type=\"int32\"/>\n"
        "    <index name=\"i\" colum=\"k\"/>\n  </struct>\n</metalib>\n",
-       5, 21, "unknown attribute 'colum' of <index> is ignored; did you mean 'column'?", 1},
+       5, 21, "unknown attribute 'colum' of <index> is ignored; did you mean 'column'?", 1,
+       "attribute", "colum"},
       // The value field is lost, and the table with it.
       {"entyr",
        "<metalib name=\"g\">\n  <struct name=\"t\" primarykey=\"k\">\n"
        "    <entry name=\"k\" type=\"int32\"/>\n    <entyr name=\"v\" type=\"int32\"/>\n"
        "  </struct>\n</metalib>\n",
-       4, 5, "unknown element <entyr> in <struct> is ignored; did you mean 'entry'?", 1},
+       4, 5, "unknown element <entyr> in <struct> is ignored; did you mean 'entry'?", 1, "element",
+       "entyr"},
       {"customattr2 key",
        TableSchema("primarykey=\"k\" customattr2=\"TableType=GENERIC;Foo=1\""), 2, 35,
        "struct 't': unknown key 'Foo' in customattr2; the keys the table checks read are "
        "DataProtocolType, TableType, ListNum, SortFieldNum, SortRule and stringdisplaycharset",
-       0},
+       0, "attribute", "customattr2"},
       {"customattr2 key case",
        TableSchema("primarykey=\"k\" customattr2=\"TableType=LIST;listnum=5\""), 2, 35,
-       "struct 't': unknown key 'listnum' in customattr2; did you mean 'ListNum'?", 1},
+       "struct 't': unknown key 'listnum' in customattr2; did you mean 'ListNum'?", 1,
+       "attribute", "customattr2"},
   };
 }
 
@@ -118,8 +124,13 @@ TEST(CheckTableStrict, JsonMarksTheRunAndListsEachWarningAsAnError) {
                                  {"column", typo.column},
                                  {"message", typo.warning}};
     EXPECT_EQ(report.at("warnings"), OrderedJson::array({warning}));
-    OrderedJson error = warning;
-    error["code"] = "strict";
+    const OrderedJson error = {{"file", path},
+                               {"line", typo.line},
+                               {"column", typo.column},
+                               {"element", typo.element},
+                               {"name", typo.about},
+                               {"message", typo.warning},
+                               {"code", "strict"}};
     EXPECT_EQ(report.at("errors"), OrderedJson::array({error}));
     EXPECT_EQ(report.at("strict"), true);
     // Everything else is what a run without --strict reports.

@@ -715,6 +715,27 @@ TEST(ZemXmlLoader, UnknownKeyOfATablesCustomAttributeIsAWarningAtTheAttribute) {
                "TableType=LIST;Foo=1; listnum = 5;TabelType=X;;LIST;=2;");
 }
 
+TEST(ZemXmlLoader, EachWarningNamesTheAttributeOrElementItIsAbout) {
+  const ZemLoadResult result = Load(Xml({
+      "<metalib name=\"game\">",
+      "  <macro name=\"M\" value=\"1\"/><macro name=\"M\" value=\"2\"/>",
+      "  <struct name=\"p\" primaryKey=\"a\" customattr2=\"Foo=1\" column=\"a\">",
+      "    <entry name=\"a\" type=\"int8\"/><entyr/>",
+      "  </struct>",
+      "  <index name=\"i\"/>",
+      "</metalib>"}));
+  ASSERT_TRUE(result.ok) << FormatZemLoadMessage(result.error, "error");
+  std::vector<std::string> subjects;
+  for (const ZemLoadMessage& warning : result.warnings) {
+    subjects.push_back(warning.element + " " + warning.name);
+  }
+  EXPECT_EQ(subjects, (std::vector<std::string>{"element macro", "attribute primaryKey",
+                                                "attribute column", "attribute customattr2",
+                                                "element entyr", "element index"}));
+  EXPECT_TRUE(result.error.element.empty());
+  EXPECT_TRUE(result.error.name.empty());
+}
+
 TEST(ZemXmlLoader, DeeplyNestedUnknownElementsAreOneWarning) {
   std::string text = "<metalib name=\"game\">";
   for (int i = 0; i < 100000; ++i) text += "<x>";

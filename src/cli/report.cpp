@@ -130,11 +130,22 @@ Json WarningsJson(const std::vector<ZemLoadMessage>& warnings) {
   return json;
 }
 
-// Under --strict each warning is also an error, with the code "strict".
+Json OptionalTextJson(const std::string& text) {
+  return text.empty() ? Json(nullptr) : TextJson(text);
+}
+
+// Under --strict each warning is also an error, in the shape of a finding: its place, the
+// attribute or element it is about with its name as written, its words, and the code "strict".
 Json StrictErrorsJson(const std::vector<ZemLoadMessage>& warnings) {
   Json json = Json::array();
   for (const ZemLoadMessage& warning : warnings) {
-    Json error = WarningJson(warning);
+    Json error;
+    error["file"] = TextJson(warning.file);
+    error["line"] = PositionJson(warning.line);
+    error["column"] = PositionJson(warning.column);
+    error["element"] = OptionalTextJson(warning.element);
+    error["name"] = OptionalTextJson(warning.name);
+    error["message"] = TextJson(warning.text);
     error["code"] = "strict";
     json.push_back(std::move(error));
   }

@@ -260,11 +260,14 @@ class SchemaReader {
     m_result->error = MessageAt(OffsetOf(attribute.name()), std::move(text));
     return false;
   }
-  // Lists a warning while its kind is within the limit; text() makes its words only then.
+  // Lists a warning about an attribute or element (named in the file as name) while its kind is
+  // within the limit; text() makes its words only then.
   template <typename Text>
-  void Warn(WarningKind kind, size_t offset, Text text) {
+  void Warn(WarningKind kind, size_t offset, const char* element, const char* name, Text text) {
     if (++m_warnings[kind] <= ZEM_MAX_WARNINGS_PER_KIND) {
       m_result->warnings.push_back(MessageAt(offset, text()));
+      m_result->warnings.back().element = element;
+      m_result->warnings.back().name = name;
     }
   }
 
@@ -280,7 +283,7 @@ class SchemaReader {
          attribute = attribute.next_attribute()) {
       const int kind = KindOfAttribute(attribute.name());
       if (kind < 0) {
-        Warn(WARN_UNKNOWN_ATTRIBUTE, OffsetOf(attribute.name()), [&]() {
+        Warn(WARN_UNKNOWN_ATTRIBUTE, OffsetOf(attribute.name()), "attribute", attribute.name(), [&]() {
           if (!missing) missing = MissingAttributes(node, element);
           const char* known[ATTR_KIND_NUM];
           const size_t known_count = AttributeNames(*missing, known);
@@ -290,7 +293,8 @@ class SchemaReader {
         continue;
       }
       if ((accepted & Bit(static_cast<AttributeKind>(kind))) == 0) {
-        Warn(WARN_ATTRIBUTE_NOT_APPLYING, OffsetOf(attribute.name()), [&]() {
+        Warn(WARN_ATTRIBUTE_NOT_APPLYING, OffsetOf(attribute.name()), "attribute", attribute.name(),
+             [&]() {
           return "attribute '" + std::string(attribute.name()) + "' does not apply to " + where +
                  " and is ignored";
         });
@@ -307,7 +311,7 @@ class SchemaReader {
 
   void WarnUnexpectedElement(const pugi::xml_node& node, const pugi::xml_node& parent) {
     if (KindOfElement(node.name()) == ELEMENT_OTHER) {
-      Warn(WARN_UNKNOWN_ELEMENT, OffsetOf(node), [&]() {
+      Warn(WARN_UNKNOWN_ELEMENT, OffsetOf(node), "element", node.name(), [&]() {
         const char* known[3];
         const size_t known_count = ChildElementNames(parent.name(), known);
         return "unknown element <" + std::string(node.name()) + "> in <" +
@@ -315,7 +319,7 @@ class SchemaReader {
                DidYouMean(node.name(), known, known_count);
       });
     } else {
-      Warn(WARN_MISPLACED_ELEMENT, OffsetOf(node), [&]() {
+      Warn(WARN_MISPLACED_ELEMENT, OffsetOf(node), "element", node.name(), [&]() {
         return "element <" + std::string(node.name()) + "> does not belong in <" +
                std::string(parent.name()) + "> and is ignored";
       });
@@ -346,7 +350,7 @@ class SchemaReader {
         if (!IsXmlBlank(c) && c != '\v' && c != '\f') key += c;
       }
       if (key.empty() || IsTableAttributeKey(key)) continue;
-      Warn(WARN_UNKNOWN_TABLE_KEY, OffsetOf(attribute.name()), [&]() {
+      Warn(WARN_UNKNOWN_TABLE_KEY, OffsetOf(attribute.name()), "attribute", attribute.name(), [&]() {
         const std::string suggestion =
             DidYouMean(key, TABLE_ATTRIBUTE_KEYS, TABLE_ATTRIBUTE_KEY_NUM);
         return owner + ": unknown key " + Quote(key) + " in customattr2" +
@@ -452,7 +456,7 @@ class SchemaReader {
     }
     const auto inserted = m_macros.emplace(name, static_cast<int>(value));
     if (!inserted.second) {
-      Warn(WARN_MACRO_AGAIN, OffsetOf(node), [&]() {
+      Warn(WARN_MACRO_AGAIN, OffsetOf(node), "element", node.name(), [&]() {
         return owner + " is defined again; its value changes from " +
                std::to_string(inserted.first->second) + " to " + std::to_string(value);
       });
