@@ -151,4 +151,19 @@ TEST(CheckTableEncodings, WarningsQuoteOddNamesAsTheyStand) {
                                          "<struct> is ignored [strict]");
 }
 
+TEST(CheckTableEncodings, InputLimitCountsTheFilesOwnBytes) {
+  // The UTF-16 file has about twice the bytes of its UTF-8 twin; the limit meets it first.
+  const ScratchDir dir;
+  const std::string utf16 = Utf16(SCHEMA, false);
+  const std::string limit = std::to_string(utf16.size() - 1);
+  EXPECT_EQ(RunOn(dir, SCHEMA, {"--max-input-size", limit}).status, 1);
+  const CommandResult refused = RunOn(dir, utf16, {"--max-input-size", limit});
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_EQ(refused.err, dir.File("schema.xml") + ": error: the file has " +
+                             std::to_string(utf16.size()) + " bytes, more than the maximum input "
+                             "size of " + limit + " bytes (" + limit + " bytes); set a larger "
+                             "limit with --max-input-size\n");
+  EXPECT_EQ(RunOn(dir, utf16, {"--max-input-size", std::to_string(utf16.size())}).status, 1);
+}
+
 }  // namespace
