@@ -95,6 +95,15 @@ void AddMaxInputSizeOption(CLI::App& app, CheckOptions& options) {
       ->check(CLI::Validator(SizeError, ""));
 }
 
+// -f/--format FORMAT and --strict: what the report is and what fails it.
+void AddReportOptions(CLI::App& app, std::string& format_text, CheckOptions& options) {
+  app.add_option("-f,--format", format_text, "Report format: text (default) or json")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json"}));
+  app.add_flag("--strict", options.strict,
+               "Every loader warning is an error: listed at its place, exit status 1");
+}
+
 // Why a --kind value is refused, or "" when it is accepted.
 std::string KindError(const std::string& text) {
   if (ParseTableKind(text)) return std::string();
@@ -212,11 +221,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
       app.add_option("--old", old_path,
                      "The schema before this change: only the arrays it adds are judged")
           ->type_name("OLD.xml");
-  app.add_option("-f,--format", format_text, "Report format: text (default) or json")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json"}));
-  app.add_flag("--strict", options.strict,
-               "Every loader warning is an error: listed at its place, exit status 1");
+  AddReportOptions(app, format_text, options);
   AddMaxInputSizeOption(app, options);
   AddRulesReferenceOptions(app, out);
 
