@@ -148,7 +148,8 @@ TEST(CheckTableStrict, SchemaWithoutWarningsPassesUnderStrictAsBefore) {
   EXPECT_EQ(strict.status, 0);
   EXPECT_EQ(strict.out, plain.out);
   EXPECT_EQ(strict.err, "");
-  const OrderedJson report = OrderedJson::parse(RunCheckTable({"--strict", "-f", "json", path}).out);
+  const OrderedJson report =
+      OrderedJson::parse(RunCheckTable({"--strict", "-f", "json", path}).out);
   EXPECT_EQ(report.at("strict"), true);
   EXPECT_FALSE(report.contains("errors"));
 }

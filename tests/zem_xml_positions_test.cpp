@@ -202,8 +202,8 @@ TEST(ZemXmlUtf16, UnpairedSurrogateIsNamedAtItsPlace) {
                     Utf16("\"/>\n</metalib>\n", false).substr(2)),
             "game.xml:2:18: error: unpaired surrogate 0xD83D in UTF-16LE text: a high surrogate "
             "must be followed by a low one (0xDC00 to 0xDFFF)");
-  EXPECT_EQ(ErrorOf(Utf16("<metalib name=\"g\">\n  <struct name=\"a", true) + std::string("\xDC\x00", 2) +
-                    Utf16("\"/>\n</metalib>\n", true).substr(2)),
+  EXPECT_EQ(ErrorOf(Utf16("<metalib name=\"g\">\n  <struct name=\"a", true) +
+                    std::string("\xDC\x00", 2) + Utf16("\"/>\n</metalib>\n", true).substr(2)),
             "game.xml:2:18: error: unpaired surrogate 0xDC00 in UTF-16BE text: a low surrogate "
             "must follow a high one (0xD800 to 0xDBFF)");
   // A high surrogate that ends the file.

@@ -168,8 +168,8 @@ void WriteTextWarnings(const SchemaRun& run, std::ostream& out, std::ostream& er
 std::string StrictSummary(const SchemaRun& run) {
   if (!run.strict || run.warnings.empty()) return std::string();
   const size_t count = run.warnings.size();
-  return ", " + std::to_string(count) + (count == 1 ? " warning is an error" : " warnings are errors") +
-         " under --strict";
+  return ", " + std::to_string(count) +
+         (count == 1 ? " warning is an error" : " warnings are errors") + " under --strict";
 }
 
 Json TableJson(const TableRun& table) {

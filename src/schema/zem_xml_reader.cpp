@@ -88,9 +88,10 @@ size_t ChildElementNames(const char* parent, const char* names[3]) {
 
 // The keys of a table's customattr2 that the table checks read. DataProtocolType is found in any
 // letter case, the others only as written here.
-const char* const TABLE_ATTRIBUTE_KEYS[] = {"DataProtocolType", "TableType",    "ListNum",
-                                            "SortFieldNum",     "SortRule",     "stringdisplaycharset"};
-constexpr size_t TABLE_ATTRIBUTE_KEY_NUM = sizeof(TABLE_ATTRIBUTE_KEYS) / sizeof(TABLE_ATTRIBUTE_KEYS[0]);
+const char* const TABLE_ATTRIBUTE_KEYS[] = {
+    "DataProtocolType", "TableType", "ListNum", "SortFieldNum", "SortRule", "stringdisplaycharset"};
+constexpr size_t TABLE_ATTRIBUTE_KEY_NUM =
+    sizeof(TABLE_ATTRIBUTE_KEYS) / sizeof(TABLE_ATTRIBUTE_KEYS[0]);
 
 bool IsTableAttributeKey(std::string_view key) {
   for (const char* known : TABLE_ATTRIBUTE_KEYS) {
@@ -283,13 +284,14 @@ class SchemaReader {
          attribute = attribute.next_attribute()) {
       const int kind = KindOfAttribute(attribute.name());
       if (kind < 0) {
-        Warn(WARN_UNKNOWN_ATTRIBUTE, OffsetOf(attribute.name()), "attribute", attribute.name(), [&]() {
-          if (!missing) missing = MissingAttributes(node, element);
-          const char* known[ATTR_KIND_NUM];
-          const size_t known_count = AttributeNames(*missing, known);
-          return "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
-                 " is ignored" + DidYouMean(attribute.name(), known, known_count);
-        });
+        Warn(WARN_UNKNOWN_ATTRIBUTE, OffsetOf(attribute.name()), "attribute", attribute.name(),
+             [&]() {
+               if (!missing) missing = MissingAttributes(node, element);
+               const char* known[ATTR_KIND_NUM];
+               const size_t known_count = AttributeNames(*missing, known);
+               return "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
+                      " is ignored" + DidYouMean(attribute.name(), known, known_count);
+             });
         continue;
       }
       if ((accepted & Bit(static_cast<AttributeKind>(kind))) == 0) {
@@ -350,15 +352,16 @@ class SchemaReader {
         if (!IsXmlBlank(c) && c != '\v' && c != '\f') key += c;
       }
       if (key.empty() || IsTableAttributeKey(key)) continue;
-      Warn(WARN_UNKNOWN_TABLE_KEY, OffsetOf(attribute.name()), "attribute", attribute.name(), [&]() {
-        const std::string suggestion =
-            DidYouMean(key, TABLE_ATTRIBUTE_KEYS, TABLE_ATTRIBUTE_KEY_NUM);
-        return owner + ": unknown key " + Quote(key) + " in customattr2" +
-               (suggestion.empty() ? "; the keys the table checks read are DataProtocolType, "
-                                     "TableType, ListNum, SortFieldNum, SortRule and "
-                                     "stringdisplaycharset"
-                                   : suggestion);
-      });
+      Warn(WARN_UNKNOWN_TABLE_KEY, OffsetOf(attribute.name()), "attribute", attribute.name(),
+           [&]() {
+             const std::string suggestion =
+                 DidYouMean(key, TABLE_ATTRIBUTE_KEYS, TABLE_ATTRIBUTE_KEY_NUM);
+             return owner + ": unknown key " + Quote(key) + " in customattr2" +
+                    (suggestion.empty() ? "; the keys the table checks read are DataProtocolType, "
+                                          "TableType, ListNum, SortFieldNum, SortRule and "
+                                          "stringdisplaycharset"
+                                        : suggestion);
+           });
     }
   }
 
