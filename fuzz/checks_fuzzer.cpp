@@ -109,6 +109,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                      input.options.proxy_version,
                                      input.options.rest_proxy_version) == table.checks[1].result);
   }
-  Require(status == (any_failed ? 1 : 0));
+  const bool strict_failed = input.options.strict && !run.warnings.empty();
+  Require(status == (any_failed || strict_failed ? 1 : 0));
   return 0;
 }

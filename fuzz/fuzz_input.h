@@ -9,6 +9,7 @@
 //   kind=K       --kind K (generic, list or an integer; anything else leaves it unset)
 //   server=V     --server-version V;  proxy=V  --proxy-version V;  rest=V  --rest-proxy-version V
 //   protocol     --require-data-protocol
+//   strict       --strict
 //   tables=A,B   -t A -t B (empty names kept: the checker judges them too)
 //   all          check every struct and union of the schema and one name it lacks
 // A form feed (never valid in XML) ends the schema; what follows it is the old schema (--old).
@@ -88,6 +89,8 @@ inline FuzzRunInput ParseFuzzRunInput(const uint8_t* data, size_t size) {
       run.options.rest_proxy_version = word.substr(5);
     } else if (word == "protocol") {
       run.options.require_data_protocol = true;
+    } else if (word == "strict") {
+      run.options.strict = true;
     } else if (word.rfind("tables=", 0) == 0) {
       std::string names = word.substr(7);
       size_t from = 0;

@@ -125,6 +125,8 @@ void RequireJsonReport(const CheckOptions& options, const SchemaRun& run) {
   }
   Require(json.at("format") == 1);
   Require(json.contains("warnings") == !run.warnings.empty());
+  Require(json.contains("strict") == run.strict);
+  Require(json.contains("errors") == (run.strict && !run.warnings.empty()));
   if (!run.loaded) {
     Require(json.at("error").at("message") == ToValidUtf8(run.error.text));
     return;
@@ -143,6 +145,14 @@ void RequireJsonReport(const CheckOptions& options, const SchemaRun& run) {
   Require(json.at("summary").at("failed") == failed);
 }
 
+// What the summary line adds for a strict run with warnings.
+std::string StrictSummary(const SchemaRun& run) {
+  if (!run.strict || run.warnings.empty()) return std::string();
+  const size_t count = run.warnings.size();
+  return ", " + std::to_string(count) +
+         (count == 1 ? " warning is an error" : " warnings are errors") + " under --strict";
+}
+
 void RequireTextReport(const CheckOptions& options, const SchemaRun& run) {
   std::ostringstream out;
   std::ostringstream err;
@@ -155,7 +165,8 @@ void RequireTextReport(const CheckOptions& options, const SchemaRun& run) {
   for (const TableRun& table : run.tables) failed += table.ok ? 0 : 1;
   const size_t checked = run.tables.size();
   const std::string summary = std::to_string(checked) + (checked == 1 ? " table" : " tables") +
-                              " checked, " + std::to_string(failed) + " failed\n";
+                              " checked, " + std::to_string(failed) + " failed" +
+                              StrictSummary(run) + "\n";
   const std::string text = out.str();
   Require(text.size() >= summary.size() &&
           text.compare(text.size() - summary.size(), summary.size(), summary) == 0);
@@ -175,6 +186,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string bytes = input.old_schema ? input.schema + '\f' + *input.old_schema
                                                : input.schema;
     run = SyntheticRun(bytes, input.options);
+    run.strict = input.options.strict;
   } else {
     files.Prepare(input);
     run = RunChecks(input.options);

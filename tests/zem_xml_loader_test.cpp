@@ -608,7 +608,8 @@ TEST(ZemXmlLoader, UnknownElementsAndAttributesAreWarningsNeverErrors) {
             (std::vector<std::string>{
                 "game.xml:1:22: warning: unknown attribute 'tagsetversion' of <metalib> is ignored",
                 "game.xml:2:3: warning: unknown element <include> in <metalib> is ignored",
-                "game.xml:3:3: warning: unknown element <Struct> in <metalib> is ignored",
+                "game.xml:3:3: warning: unknown element <Struct> in <metalib> is ignored; did you "
+                "mean 'struct'?",
                 "game.xml:4:3: warning: element <entry> does not belong in <metalib> and is ignored",
                 "game.xml:5:19: warning: attribute 'primarykey' does not apply to <union> and is "
                 "ignored",
@@ -624,6 +625,115 @@ TEST(ZemXmlLoader, UnknownElementsAndAttributesAreWarningsNeverErrors) {
   EXPECT_EQ(zem_get_meta_by_name(result.metalib.get(), "nested"), nullptr);
   EXPECT_EQ(MetaOf(result, "u")->iIndexesNum, 0);
   EXPECT_EQ(result.metas.size(), 2u);
+}
+
+TEST(ZemXmlLoader, MisspeltAttributesAndElementsGetTheCloseKnownName) {
+  const ZemLoadResult result = Load(Xml({
+      "<metalib name=\"game\">",
+      "  <strcut name=\"s\"/>",
+      "  <struct name=\"p\" primaryKey=\"a\" customattr=\"TableType=LIST;ListNum=5\">",
+      "    <entry name=\"a\" type=\"int8\" Count=\"2\" cname=\"A\"/>",
+      "    <entyr name=\"b\" type=\"int8\"/>",
+      "    <index name=\"i\" colum=\"a\"/>",
+      "    <indexes name=\"j\" column=\"a\"/>",
+      "  </struct>",
+      "  <union name=\"u\"><Entry name=\"a\" type=\"int8\"/><index name=\"i\"/></union>",
+      "</metalib>"}));
+  ASSERT_TRUE(result.ok) << FormatZemLoadMessage(result.error, "error");
+  EXPECT_EQ(WarningsOf(result),
+            (std::vector<std::string>{
+                "game.xml:2:3: warning: unknown element <strcut> in <metalib> is ignored; did you "
+                "mean 'struct'?",
+                "game.xml:3:20: warning: unknown attribute 'primaryKey' of <struct> is ignored; "
+                "did you mean 'primarykey'?",
+                "game.xml:3:35: warning: unknown attribute 'customattr' of <struct> is ignored; "
+                "did you mean 'customattr2'?",
+                "game.xml:4:33: warning: unknown attribute 'Count' of <entry> is ignored; did you "
+                "mean 'count'?",
+                // The entry has its name: cname stands for nothing the loader reads.
+                "game.xml:4:43: warning: unknown attribute 'cname' of <entry> is ignored",
+                "game.xml:5:5: warning: unknown element <entyr> in <struct> is ignored; did you "
+                "mean 'entry'?",
+                "game.xml:6:21: warning: unknown attribute 'colum' of <index> is ignored; did you "
+                "mean 'column'?",
+                // Two edits are too many for a name of five letters.
+                "game.xml:7:5: warning: unknown element <indexes> in <struct> is ignored",
+                "game.xml:9:19: warning: unknown element <Entry> in <union> is ignored; did you "
+                "mean 'entry'?",
+                "game.xml:9:48: warning: element <index> does not belong in <union> and is ignored",
+            }));
+  // What the misspelt attributes would have said is not read.
+  EXPECT_EQ(MetaOf(result, "p")->nPrimayKeyMemberNum, 0);
+  EXPECT_EQ(zem_get_meta_customattr2(MetaOf(result, "p")), nullptr);
+}
+
+TEST(ZemXmlLoader, NamesFarFromEveryKnownOneGetNoSuggestion) {
+  const ZemLoadResult result = Load(Xml({
+      "<metalib name=\"game\" author=\"x\">",
+      "  <structure name=\"s\"/>",
+      "  <struct name=\"p\" prim=\"a\" splittablekeys_extra=\"a\">",
+      "    <entry name=\"a\" type=\"int8\" na=\"b\"/>",
+      "  </struct>",
+      "</metalib>"}));
+  ASSERT_TRUE(result.ok) << FormatZemLoadMessage(result.error, "error");
+  EXPECT_EQ(WarningsOf(result),
+            (std::vector<std::string>{
+                "game.xml:1:22: warning: unknown attribute 'author' of <metalib> is ignored",
+                "game.xml:2:3: warning: unknown element <structure> in <metalib> is ignored",
+                "game.xml:3:20: warning: unknown attribute 'prim' of <struct> is ignored",
+                "game.xml:3:29: warning: unknown attribute 'splittablekeys_extra' of <struct> is "
+                "ignored",
+                "game.xml:4:33: warning: unknown attribute 'na' of <entry> is ignored",
+            }));
+}
+
+TEST(ZemXmlLoader, UnknownKeyOfATablesCustomAttributeIsAWarningAtTheAttribute) {
+  const ZemLoadResult result = Load(Xml({
+      "<metalib name=\"game\">",
+      "  <struct name=\"p\" primarykey=\"a\"",
+      "          customattr2=\"TableType=LIST;Foo=1; listnum = 5;TabelType=X;;LIST;=2;\">",
+      "    <entry name=\"a\" type=\"int8\" customattr2=\"Foo=1\"/>",
+      "  </struct>",
+      "  <struct name=\"q\" customattr2=\"dataprotocoltype=PB;TableType=GENERIC;ListNum=1;"
+      "SortFieldNum=1;SortRule=DESC;stringdisplaycharset=gbk;StringDisplayCharset=gbk\"/>",
+      "</metalib>"}));
+  ASSERT_TRUE(result.ok) << FormatZemLoadMessage(result.error, "error");
+  EXPECT_EQ(WarningsOf(result),
+            (std::vector<std::string>{
+                "game.xml:3:11: warning: struct 'p': unknown key 'Foo' in customattr2; the keys "
+                "the table checks read are DataProtocolType, TableType, ListNum, SortFieldNum, "
+                "SortRule and stringdisplaycharset",
+                "game.xml:3:11: warning: struct 'p': unknown key 'listnum' in customattr2; did "
+                "you mean 'ListNum'?",
+                "game.xml:3:11: warning: struct 'p': unknown key 'TabelType' in customattr2; did "
+                "you mean 'TableType'?",
+                "game.xml:6:20: warning: struct 'q': unknown key 'StringDisplayCharset' in "
+                "customattr2; did you mean 'stringdisplaycharset'?",
+            }));
+  // The text reaches the checks as written.
+  EXPECT_STREQ(zem_get_meta_customattr2(MetaOf(result, "p")),
+               "TableType=LIST;Foo=1; listnum = 5;TabelType=X;;LIST;=2;");
+}
+
+TEST(ZemXmlLoader, EachWarningNamesTheAttributeOrElementItIsAbout) {
+  const ZemLoadResult result = Load(Xml({
+      "<metalib name=\"game\">",
+      "  <macro name=\"M\" value=\"1\"/><macro name=\"M\" value=\"2\"/>",
+      "  <struct name=\"p\" primaryKey=\"a\" customattr2=\"Foo=1\" column=\"a\">",
+      "    <entry name=\"a\" type=\"int8\"/><entyr/>",
+      "  </struct>",
+      "  <index name=\"i\"/>",
+      "</metalib>"}));
+  ASSERT_TRUE(result.ok) << FormatZemLoadMessage(result.error, "error");
+  std::vector<std::string> subjects;
+  for (const ZemLoadMessage& warning : result.warnings) {
+    subjects.push_back(warning.element + " " + warning.name);
+  }
+  EXPECT_EQ(subjects, (std::vector<std::string>{"element macro", "attribute primaryKey",
+                                                "attribute column", "attribute customattr2",
+                                                "element entyr", "element index"}));
+  EXPECT_TRUE(result.error.element.empty());
+  EXPECT_TRUE(result.error.name.empty());
 }
 
 TEST(ZemXmlLoader, DeeplyNestedUnknownElementsAreOneWarning) {

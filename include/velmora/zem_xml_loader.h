@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <velmora/export.h>
@@ -46,10 +47,25 @@ struct ZemLoadOptions {
 // A load error or warning. line and column are 1-based; 0 when the file has no position for it
 // (a file that cannot be read, a count of warnings left out).
 struct ZemLoadMessage {
+  ZemLoadMessage() = default;
+  ZemLoadMessage(std::string file_name, int line_number, int column_number, std::string words,
+                 std::string about_element = std::string(), std::string about_name = std::string())
+      : file(std::move(file_name)),
+        line(line_number),
+        column(column_number),
+        text(std::move(words)),
+        element(std::move(about_element)),
+        name(std::move(about_name)) {}
+
   std::string file;
   int line = 0;
   int column = 0;
   std::string text;
+  // What a warning is about: "attribute" or "element", with that attribute's or element's name as
+  // written in the file ("primaryKey", "entyr", "customattr2" for a key inside it). Both empty for
+  // a load error and for the count of warnings left out.
+  std::string element;
+  std::string name;
 };
 
 // A struct or union of the file, in file order.

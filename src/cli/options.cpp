@@ -36,13 +36,15 @@ const char* const kFooter =
     "Reports:\n"
     "  text  one line per failing table, FILE:LINE: error: TABLE: MESSAGE [CODE], with the\n"
     "        checker's error lines under it; FILE:LINE: ok: TABLE (KIND) per passing table;\n"
-    "        then a summary line. Loader warnings and errors go to standard error.\n"
+    "        then a summary line. Loader warnings and errors go to standard error; with\n"
+    "        --strict each warning is an error line FILE:LINE:COL: error: TEXT [strict]\n"
+    "        before the tables.\n"
     "  json  one document: per table every check's result, code name, message, attribute\n"
     "        parse results and log lines (priority, function, file, line, text).\n"
     "\n"
     "Exit status:\n"
     "  0  every table passed\n"
-    "  1  at least one table failed\n"
+    "  1  at least one table failed, or with --strict the loader warned\n"
     "  2  the options or a schema could not be used; nothing was checked\n"
     "\n"
     "Examples:\n"
@@ -91,6 +93,15 @@ void AddMaxInputSizeOption(CLI::App& app, CheckOptions& options) {
              FormatZemByteSize(ZEM_DEFAULT_MAX_INPUT_BYTES))
       ->type_name("SIZE")
       ->check(CLI::Validator(SizeError, ""));
+}
+
+// -f/--format FORMAT and --strict: what the report is and what fails it.
+void AddReportOptions(CLI::App& app, std::string& format_text, CheckOptions& options) {
+  app.add_option("-f,--format", format_text, "Report format: text (default) or json")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json"}));
+  app.add_flag("--strict", options.strict,
+               "Every loader warning is an error: listed at its place, exit status 1");
 }
 
 // Why a --kind value is refused, or "" when it is accepted.
@@ -210,9 +221,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
       app.add_option("--old", old_path,
                      "The schema before this change: only the arrays it adds are judged")
           ->type_name("OLD.xml");
-  app.add_option("-f,--format", format_text, "Report format: text (default) or json")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json"}));
+  AddReportOptions(app, format_text, options);
   AddMaxInputSizeOption(app, options);
   AddRulesReferenceOptions(app, out);
 

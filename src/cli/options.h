@@ -24,6 +24,7 @@ struct CheckOptions {
   std::optional<std::string> old_schema_path;
   ReportFormat format = ReportFormat::kText;
   uint64_t max_input_bytes = ZEM_DEFAULT_MAX_INPUT_BYTES;  // of each schema file
+  bool strict = false;  // every loader warning is an error
 };
 
 // The outcome of reading the command line: either options to run with, or an exit status after

@@ -156,6 +156,48 @@ Json WarningsJson(const std::vector<ZemLoadMessage>& warnings) {
   return json;
 }
 
+Json OptionalTextJson(const std::string& text) {
+  return text.empty() ? Json(nullptr) : TextJson(text);
+}
+
+// Under --strict each warning is also an error, in the shape of a finding: its place, the
+// attribute or element it is about with its name as written, its words, and the code "strict".
+Json StrictErrorsJson(const std::vector<ZemLoadMessage>& warnings) {
+  Json json = Json::array();
+  for (const ZemLoadMessage& warning : warnings) {
+    Json error;
+    error["file"] = TextJson(warning.file);
+    error["line"] = PositionJson(warning.line);
+    error["column"] = PositionJson(warning.column);
+    error["element"] = OptionalTextJson(warning.element);
+    error["name"] = OptionalTextJson(warning.name);
+    error["message"] = TextJson(warning.text);
+    error["code"] = "strict";
+    json.push_back(std::move(error));
+  }
+  return json;
+}
+
+// The loader warnings: on err, or under --strict as error lines, on out beside the tables when
+// the schema loaded.
+void WriteTextWarnings(const SchemaRun& run, std::ostream& out, std::ostream& err) {
+  for (const ZemLoadMessage& warning : run.warnings) {
+    if (run.strict) {
+      (run.loaded ? out : err) << FormatZemLoadMessage(warning, "error") << " [strict]\n";
+    } else {
+      err << FormatZemLoadMessage(warning, "warning") << '\n';
+    }
+  }
+}
+
+// ", 2 warnings are errors under --strict" after the summary of a strict run that warned.
+std::string StrictSummary(const SchemaRun& run) {
+  if (!run.strict || run.warnings.empty()) return std::string();
+  const size_t count = run.warnings.size();
+  return ", " + std::to_string(count) +
+         (count == 1 ? " warning is an error" : " warnings are errors") + " under --strict";
+}
+
 Json TableJson(const TableRun& table) {
   Json json;
   json["table"] = TextJson(table.table);
@@ -195,14 +237,20 @@ Json LoadErrorJson(const ZemLoadMessage& error) {
   return json;
 }
 
-// A schema that could not be loaded: its first load error, then all of them.
+// A schema that could not be loaded: its first load error, then all of them (and, under
+// --strict, every warning as an error).
 void WriteLoadErrorJson(const SchemaRun& run, std::ostream& out) {
   Json json;
   json["format"] = 1;
   json["schema"] = TextJson(run.error_schema);
+  if (run.strict) json["strict"] = true;
   json["error"] = LoadErrorJson(run.error);
   Json errors = Json::array();
   for (const ZemLoadMessage& error : run.errors) errors.push_back(LoadErrorJson(error));
+  // Under --strict the warnings follow the load errors, as findings of code "strict".
+  if (run.strict) {
+    for (Json& strict_error : StrictErrorsJson(run.warnings)) errors.push_back(std::move(strict_error));
+  }
   json["errors"] = std::move(errors);
   if (!run.warnings.empty()) json["warnings"] = WarningsJson(run.warnings);
   WriteJson(json, out);
@@ -228,9 +276,7 @@ std::string DescribeTableKind(const CheckRun& table_type_run) {
 
 void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
                      std::ostream& err) {
-  for (const ZemLoadMessage& warning : run.warnings) {
-    err << FormatZemLoadMessage(warning, "warning") << '\n';
-  }
+  WriteTextWarnings(run, out, err);
   if (!run.loaded) {
     for (const ZemLoadMessage& error : run.errors) {
       err << FormatZemLoadMessage(error, "error") << '\n';
@@ -250,7 +296,8 @@ void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ost
     WriteFailedTable(options.schema_path, table, run.long_names, out);
   }
   const size_t checked = run.tables.size();
-  out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed\n";
+  out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed"
+      << StrictSummary(run) << '\n';
 }
 
 void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out) {
@@ -263,6 +310,7 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   // stands in memory as one JSON tree.
   out << "{\n  \"format\": 1,\n  \"schema\": ";
   WriteIndented(TextJson(options.schema_path), 1, out);
+  if (run.strict) out << ",\n  \"strict\": true";
   out << ",\n  \"tables\": [";
   int failed = 0;
   for (size_t i = 0; i < run.tables.size(); ++i) {
@@ -279,6 +327,10 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   if (!run.warnings.empty()) {
     out << ",\n  \"warnings\": ";
     WriteIndented(WarningsJson(run.warnings), 1, out);
+  }
+  if (run.strict && !run.warnings.empty()) {
+    out << ",\n  \"errors\": ";
+    WriteIndented(StrictErrorsJson(run.warnings), 1, out);
   }
   out << "\n}\n";
 }

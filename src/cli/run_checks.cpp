@@ -249,6 +249,7 @@ const char* CheckName(CheckKind check) {
 
 SchemaRun RunChecks(const CheckOptions& options) {
   SchemaRun run;
+  run.strict = options.strict;
   ZemLoadOptions load_options;
   load_options.max_input_bytes = options.max_input_bytes;
   load_options.max_input_setting = "--max-input-size";
@@ -282,6 +283,7 @@ SchemaRun RunChecks(const CheckOptions& options) {
 
 int ExitStatusFor(const SchemaRun& run) {
   if (!run.loaded) return 2;
+  if (run.strict && !run.warnings.empty()) return 1;
   for (const TableRun& table : run.tables) {
     if (!table.ok) return 1;
   }

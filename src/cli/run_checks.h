@@ -54,6 +54,7 @@ struct SchemaRun {
   ZemLoadMessage error;                  // its first load error, when not loaded
   std::vector<ZemLoadMessage> errors;    // every load error of that schema, the first included
   std::vector<ZemLoadMessage> warnings;  // of the schema, then of the old schema
+  bool strict = false;                   // the warnings are errors
   std::vector<TableRun> tables;
   // The schema's names longer than the text report shows whole, which findings may quote.
   std::unordered_set<std::string> long_names;
@@ -66,7 +67,8 @@ const char* CheckName(CheckKind check);
 // check and is returned in the result.
 SchemaRun RunChecks(const CheckOptions& options);
 
-// 0 when every table passed, 1 when one failed, 2 when a schema could not be loaded.
+// 0 when every table passed, 1 when one failed or a strict run has warnings, 2 when a schema
+// could not be loaded.
 int ExitStatusFor(const SchemaRun& run);
 
 #endif  // VELMORA_CLI_RUN_CHECKS_H_

@@ -5,11 +5,14 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
+#include "base/ascii.h"
+#include "schema/zem_xml_suggest.h"
 #include "schema/zem_xml_values.h"
 
 namespace {
@@ -25,10 +28,11 @@ constexpr size_t MAX_KEY_MEMBERS = ZEM_MAX_KEY_MEMBERS;
 // Kinds of warnings. A file may hold millions of one kind; the first ZEM_MAX_WARNINGS_PER_KIND
 // are listed and the rest counted, so that warnings cost memory in proportion to the limit.
 enum WarningKind { WARN_UNKNOWN_ATTRIBUTE, WARN_ATTRIBUTE_NOT_APPLYING, WARN_UNKNOWN_ELEMENT,
-                   WARN_MISPLACED_ELEMENT, WARN_MACRO_AGAIN, WARN_KIND_NUM };
+                   WARN_MISPLACED_ELEMENT, WARN_MACRO_AGAIN, WARN_UNKNOWN_TABLE_KEY,
+                   WARN_KIND_NUM };
 const char* const WARNING_KIND_NAMES[] = {"unknown attributes", "attributes that do not apply",
                                           "unknown elements", "elements out of place",
-                                          "macros defined again"};
+                                          "macros defined again", "unknown customattr2 keys"};
 
 // The elements of a schema file and the attributes each reads or accepts silently.
 enum ElementKind { ELEMENT_METALIB, ELEMENT_MACRO, ELEMENT_STRUCT, ELEMENT_UNION, ELEMENT_ENTRY,
@@ -68,6 +72,40 @@ unsigned AcceptedAttributes(ElementKind element) {
   return 0;
 }
 
+
+// The elements that may stand inside an element, for suggestions; returns their number.
+size_t ChildElementNames(const char* parent, const char* names[3]) {
+  if (std::strcmp(parent, "metalib") == 0) {
+    names[0] = "macro";
+    names[1] = "struct";
+    names[2] = "union";
+    return 3;
+  }
+  names[0] = "entry";
+  names[1] = "index";
+  if (std::strcmp(parent, "struct") == 0) return 2;
+  return std::strcmp(parent, "union") == 0 ? 1 : 0;
+}
+
+// The keys of a table's customattr2 that the table checks read. DataProtocolType is found in any
+// letter case, the others only as written here.
+const char* const TABLE_ATTRIBUTE_KEYS[] = {
+    "DataProtocolType", "TableType", "ListNum", "SortFieldNum", "SortRule", "stringdisplaycharset"};
+constexpr size_t TABLE_ATTRIBUTE_KEY_NUM =
+    sizeof(TABLE_ATTRIBUTE_KEYS) / sizeof(TABLE_ATTRIBUTE_KEYS[0]);
+
+bool IsTableAttributeKey(std::string_view key) {
+  for (const char* known : TABLE_ATTRIBUTE_KEYS) {
+    if (key == known) return true;
+  }
+  const std::string_view protocol = TABLE_ATTRIBUTE_KEYS[0];
+  if (key.size() != protocol.size()) return false;
+  for (size_t i = 0; i < key.size(); ++i) {
+    if (AsciiLower(key[i]) != AsciiLower(protocol[i])) return false;
+  }
+  return true;
+}
+
 // The first byte settles most comparisons: a file of millions of unknown elements is common
 // enough among generated ones.
 bool SameName(const char* name, const char* known) {
@@ -86,6 +124,29 @@ int KindOfAttribute(const char* name) {
     if (SameName(name, ATTRIBUTE_NAMES[kind])) return kind;
   }
   return -1;
+}
+
+// The attributes an element reads or accepts and does not carry: what a misspelt attribute of it
+// may stand for (an entry that has its name does not need "cname" read as "name").
+unsigned MissingAttributes(const pugi::xml_node& node, ElementKind element) {
+  unsigned missing = AcceptedAttributes(element);
+  for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+       attribute = attribute.next_attribute()) {
+    const int kind = KindOfAttribute(attribute.name());
+    if (kind >= 0) missing &= ~Bit(static_cast<AttributeKind>(kind));
+  }
+  return missing;
+}
+
+// The names of a set of attributes; returns their number.
+size_t AttributeNames(unsigned attributes, const char* names[ATTR_KIND_NUM]) {
+  size_t count = 0;
+  for (int kind = 0; kind < ATTR_KIND_NUM; ++kind) {
+    if ((attributes & Bit(static_cast<AttributeKind>(kind))) != 0) {
+      names[count++] = ATTRIBUTE_NAMES[kind];
+    }
+  }
+  return count;
 }
 
 // The attributes of one element, by kind; an absent one is an empty handle.
@@ -211,11 +272,14 @@ class SchemaReader {
     m_result->error = MessageAt(OffsetOf(attribute.name()), std::move(text));
     return false;
   }
-  // Lists a warning while its kind is within the limit; text() makes its words only then.
+  // Lists a warning about an attribute or element (named in the file as name) while its kind is
+  // within the limit; text() makes its words only then.
   template <typename Text>
-  void Warn(WarningKind kind, size_t offset, Text text) {
+  void Warn(WarningKind kind, size_t offset, const char* element, const char* name, Text text) {
     if (++m_warnings[kind] <= ZEM_MAX_WARNINGS_PER_KIND) {
       m_result->warnings.push_back(MessageAt(offset, text()));
+      m_result->warnings.back().element = element;
+      m_result->warnings.back().name = name;
     }
   }
 
@@ -225,18 +289,25 @@ class SchemaReader {
   bool CollectAttributes(const pugi::xml_node& node, ElementKind element, Attributes* attributes) {
     const unsigned accepted = AcceptedAttributes(element);
     const std::string where = "<" + std::string(node.name()) + ">";
+    // Found once per element, and only for an element with an unknown attribute to warn about.
+    std::optional<unsigned> missing;
     for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
          attribute = attribute.next_attribute()) {
       const int kind = KindOfAttribute(attribute.name());
       if (kind < 0) {
-        Warn(WARN_UNKNOWN_ATTRIBUTE, OffsetOf(attribute.name()), [&]() {
-          return "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
-                 " is ignored";
-        });
+        Warn(WARN_UNKNOWN_ATTRIBUTE, OffsetOf(attribute.name()), "attribute", attribute.name(),
+             [&]() {
+               if (!missing) missing = MissingAttributes(node, element);
+               const char* known[ATTR_KIND_NUM];
+               const size_t known_count = AttributeNames(*missing, known);
+               return "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
+                      " is ignored" + DidYouMean(attribute.name(), known, known_count);
+             });
         continue;
       }
       if ((accepted & Bit(static_cast<AttributeKind>(kind))) == 0) {
-        Warn(WARN_ATTRIBUTE_NOT_APPLYING, OffsetOf(attribute.name()), [&]() {
+        Warn(WARN_ATTRIBUTE_NOT_APPLYING, OffsetOf(attribute.name()), "attribute", attribute.name(),
+             [&]() {
           return "attribute '" + std::string(attribute.name()) + "' does not apply to " + where +
                  " and is ignored";
         });
@@ -253,12 +324,15 @@ class SchemaReader {
 
   void WarnUnexpectedElement(const pugi::xml_node& node, const pugi::xml_node& parent) {
     if (KindOfElement(node.name()) == ELEMENT_OTHER) {
-      Warn(WARN_UNKNOWN_ELEMENT, OffsetOf(node), [&]() {
+      Warn(WARN_UNKNOWN_ELEMENT, OffsetOf(node), "element", node.name(), [&]() {
+        const char* known[3];
+        const size_t known_count = ChildElementNames(parent.name(), known);
         return "unknown element <" + std::string(node.name()) + "> in <" +
-               std::string(parent.name()) + "> is ignored";
+               std::string(parent.name()) + "> is ignored" +
+               DidYouMean(node.name(), known, known_count);
       });
     } else {
-      Warn(WARN_MISPLACED_ELEMENT, OffsetOf(node), [&]() {
+      Warn(WARN_MISPLACED_ELEMENT, OffsetOf(node), "element", node.name(), [&]() {
         return "element <" + std::string(node.name()) + "> does not belong in <" +
                std::string(parent.name()) + "> and is ignored";
       });
@@ -269,6 +343,36 @@ class SchemaReader {
   void WarnChildElements(const pugi::xml_node& node) {
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
       if (child.type() == pugi::node_element) WarnUnexpectedElement(child, node);
+    }
+  }
+
+  // Keys of a table's customattr2 that no table check reads: a misspelt ListNum or TableType
+  // would otherwise change the kind of table in silence. Blanks are not part of a key, as the
+  // checks remove them; a segment without "=" names no key and is left to the checks.
+  void WarnUnknownTableKeys(const pugi::xml_attribute& attribute, const std::string& owner) {
+    const std::string_view text = attribute.value();
+    for (size_t start = 0; start <= text.size();) {
+      size_t end = text.find(';', start);
+      if (end == std::string_view::npos) end = text.size();
+      const std::string_view segment = text.substr(start, end - start);
+      start = end + 1;
+      const size_t equals = segment.find('=');
+      if (equals == std::string_view::npos) continue;
+      std::string key;
+      for (char c : segment.substr(0, equals)) {
+        if (!IsXmlBlank(c) && c != '\v' && c != '\f') key += c;
+      }
+      if (key.empty() || IsTableAttributeKey(key)) continue;
+      Warn(WARN_UNKNOWN_TABLE_KEY, OffsetOf(attribute.name()), "attribute", attribute.name(),
+           [&]() {
+             const std::string suggestion =
+                 DidYouMean(key, TABLE_ATTRIBUTE_KEYS, TABLE_ATTRIBUTE_KEY_NUM);
+             return owner + ": unknown key " + Quote(key) + " in customattr2" +
+                    (suggestion.empty() ? "; the keys the table checks read are DataProtocolType, "
+                                          "TableType, ListNum, SortFieldNum, SortRule and "
+                                          "stringdisplaycharset"
+                                        : suggestion);
+           });
     }
   }
 
@@ -382,7 +486,7 @@ class SchemaReader {
     }
     const auto inserted = m_macros.emplace(name, static_cast<int>(value));
     if (!inserted.second) {
-      Warn(WARN_MACRO_AGAIN, OffsetOf(node), [&]() {
+      Warn(WARN_MACRO_AGAIN, OffsetOf(node), "element", node.name(), [&]() {
         return owner + " is defined again; its value changes from " +
                std::to_string(inserted.first->second) + " to " + std::to_string(value);
       });
@@ -438,6 +542,7 @@ class SchemaReader {
     if (!ReadVersion(attributes[ATTR_VERSION], owner, &meta.def->version)) return false;
     if (attributes[ATTR_CUSTOMATTR2]) {
       meta.def->customattr2 = std::string(attributes[ATTR_CUSTOMATTR2].value());
+      WarnUnknownTableKeys(attributes[ATTR_CUSTOMATTR2], owner);
     }
 
     if (!ReadMetaChildren(node, is_union, &meta)) return false;

@@ -201,6 +201,43 @@ size_t LastBit(const std::vector<uint64_t>& bits, size_t from, size_t to) {
 }
 
 
+// The code unit of UTF-16 text at the start of bytes (at least two of them).
+unsigned Utf16Unit(std::string_view bytes, bool big_endian) {
+  const unsigned first = static_cast<unsigned char>(bytes[0]);
+  const unsigned second = static_cast<unsigned char>(bytes[1]);
+  return big_endian ? (first << 8) | second : (second << 8) | first;
+}
+
+std::string HexUnit(unsigned unit) {
+  static const char digits[] = "0123456789ABCDEF";
+  std::string text = "0x";
+  for (int shift = 12; shift >= 0; shift -= 4) text += digits[(unit >> shift) & 0xF];
+  return text;
+}
+
+// Why a transcoder stopped at rest, the input it could not convert, in words for the file's
+// encoding: UTF-16 text fails by its own rules (pairs of bytes, surrogates that come in pairs).
+std::string TranscodeFailure(const std::string& encoding, int reason, std::string_view rest) {
+  const bool utf16 = encoding == "UTF-16LE" || encoding == "UTF-16BE";
+  if (utf16 && rest.size() % 2 == 1 && reason == EINVAL) {
+    return "the file has an odd number of bytes, but " + encoding +
+           " text is made of pairs of bytes";
+  }
+  if (utf16 && rest.size() >= 2) {
+    const unsigned unit = Utf16Unit(rest, encoding == "UTF-16BE");
+    if (unit >= 0xD800 && unit <= 0xDBFF) {
+      return "unpaired surrogate " + HexUnit(unit) + " in " + encoding +
+             " text: a high surrogate must be followed by a low one (0xDC00 to 0xDFFF)";
+    }
+    if (unit >= 0xDC00 && unit <= 0xDFFF) {
+      return "unpaired surrogate " + HexUnit(unit) + " in " + encoding +
+             " text: a low surrogate must follow a high one (0xD800 to 0xDBFF)";
+    }
+  }
+  return reason == EINVAL ? "the file ends inside a character of encoding '" + encoding + "'"
+                          : "invalid byte sequence for encoding '" + encoding + "'";
+}
+
 }  // namespace
 
 bool ZemXmlText::Decode(ZemBytes bytes, std::string* error_text, ZemTextPosition* error_at) {
@@ -302,9 +339,7 @@ bool ZemXmlText::Transcode(const std::string& encoding, const ZemTextPosition& d
     if (converted != static_cast<size_t>(-1)) {
       done = flushing;
     } else if (reason != E2BIG) {
-      *error_text = reason == EINVAL
-                        ? "the file ends inside a character of encoding '" + encoding + "'"
-                        : "invalid byte sequence for encoding '" + encoding + "'";
+      *error_text = TranscodeFailure(encoding, reason, std::string_view(in_at, in_left));
       *error_at = EndPosition(out.data(), out.size());
       return false;
     }
@@ -318,6 +353,12 @@ bool ZemXmlText::CheckNoNulByte(std::string* error_text, ZemTextPosition* error_
   const void* nul = std::memchr(data(), '\0', size());
   if (nul == nullptr) return true;
   *error_text = "a NUL byte, which an XML document must not hold";
+  // "<" and a NUL byte, in either order, start text in UTF-16 that has no byte order mark.
+  const size_t offset = static_cast<size_t>(static_cast<const char*>(nul) - data());
+  if (size() >= 2 && offset <= 1 && data()[1 - offset] != '\0') {
+    *error_text += "; the file looks like UTF-16 without a byte order mark: save it as UTF-8, or "
+                   "as UTF-16 with a byte order mark";
+  }
   *error_at = PositionOf(static_cast<size_t>(static_cast<const char*>(nul) - data()));
   return false;
 }
