@@ -6,7 +6,7 @@ set -euo pipefail
 # pkgconf and dpkg-dev (dpkg-shlibdeps): the install and Debian package tests; clang-tidy: make tidy;
 # clang with its libFuzzer runtime (libclang-rt-dev) builds the fuzz targets; gcovr reports coverage.
 packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev
-          libbenchmark-dev pkgconf dpkg-dev clang-tidy clang libclang-rt-dev gcovr)
+          libbenchmark-dev libtomlplusplus-dev pkgconf dpkg-dev clang-tidy clang libclang-rt-dev gcovr)
 
 missing=()
 for pkg in "${packages[@]}"; do

@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "cli/color.h"
 #include "cli/short_names.h"
 #include "cli/utf8.h"
 #include <velmora/check_table_error.h>
@@ -41,7 +42,8 @@ const std::string& HeadlineMessage(const CheckRun& check) {
 // wrapping line, a table name rule that both the attribute check and the entry point apply) is
 // left out. Long names are shown shortened, so that every reason stays on screen.
 void WriteFailedTable(const std::string& place, const TableRun& table,
-                      const std::unordered_set<std::string>& long_names, std::ostream& out) {
+                      const std::unordered_set<std::string>& long_names, bool colored,
+                      std::ostream& out) {
   std::ostringstream body;
   const CheckRun* first = nullptr;
   for (const CheckRun& check : table.checks) {
@@ -49,7 +51,7 @@ void WriteFailedTable(const std::string& place, const TableRun& table,
     const std::string& message = HeadlineMessage(check);
     if (first == nullptr) {
       first = &check;
-      body << ": error: " << table.table << ": " << message << " ["
+      body << ": " << Colored("error:", Paint::kError, colored) << " " << table.table << ": " << message << " ["
            << ResultCodeText(check.result) << "]\n";
     } else if (message != HeadlineMessage(*first) || check.result != first->result) {
       body << "    " << message << " [" << ResultCodeText(check.result) << "]\n";
@@ -161,6 +163,15 @@ void WriteJson(const Json& json, std::ostream& out) {
   out << '\n';
 }
 
+
+// The last line of the text report: how many tables were checked and how many failed.
+void WriteSummary(size_t checked, int failed, bool colored, std::ostream& out) {
+  const std::string summary = std::to_string(checked) + (checked == 1 ? " table" : " tables") +
+                              " checked, " + std::to_string(failed) + " failed";
+  out << Colored(summary, failed > 0 ? Paint::kSummaryFailed : Paint::kSummaryPassed, colored)
+      << '\n';
+}
+
 }  // namespace
 
 std::string DescribeTableKind(const CheckRun& table_type_run) {
@@ -181,27 +192,32 @@ std::string DescribeTableKind(const CheckRun& table_type_run) {
 
 void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
                      std::ostream& err) {
-  for (const ZemLoadMessage& warning : run.warnings) {
-    err << FormatZemLoadMessage(warning, "warning") << '\n';
+  const bool colored_err = options.color_messages;
+  if (!options.quiet) {
+    for (const ZemLoadMessage& warning : run.warnings) {
+      err << FormatZemLoadMessage(warning, Colored("warning", Paint::kWarning, colored_err).c_str())
+          << '\n';
+    }
   }
   if (!run.loaded) {
-    err << FormatZemLoadMessage(run.error, "error") << '\n';
+    err << FormatZemLoadMessage(run.error, Colored("error", Paint::kError, colored_err).c_str())
+        << '\n';
     return;
   }
 
+  const bool colored = options.color_report;
   int failed = 0;
   for (const TableRun& table : run.tables) {
     const std::string place = TablePlace(options.schema_path, table);
-    if (table.ok) {
-      out << place << ": ok: " << table.table << " (" << DescribeTableKind(table.checks.front())
-          << ")\n";
-      continue;
+    if (!table.ok) {
+      ++failed;
+      WriteFailedTable(place, table, run.long_names, colored, out);
+    } else if (!options.quiet) {
+      out << place << ": " << Colored("ok:", Paint::kOk, colored) << " " << table.table << " ("
+          << DescribeTableKind(table.checks.front()) << ")\n";
     }
-    ++failed;
-    WriteFailedTable(place, table, run.long_names, out);
   }
-  const size_t checked = run.tables.size();
-  out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed\n";
+  if (!options.quiet) WriteSummary(run.tables.size(), failed, colored, out);
 }
 
 void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out) {
