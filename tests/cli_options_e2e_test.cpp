@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -132,6 +133,28 @@ TEST(CheckTableOptions, NoColourWhenNeverNoColorOrNotATerminal) {
   const CommandResult no_color = RunCheckTableAfter("NO_COLOR=1", {"--color", "auto", path});
   EXPECT_EQ(no_color.out, plain.out);
   EXPECT_EQ(no_color.err, plain.err);
+}
+
+// Runs the command on a terminal of its own (util-linux's script) and returns what it showed there.
+std::string RunOnATerminal(const std::string& prefix, const std::string& args) {
+  const ScratchDir dir;
+  const std::string shown = dir.File("shown");
+  const std::string command = prefix + " script -qec " +
+                              ShellQuote(ShellQuote(VELMORA_CHECK_TABLE_BIN) + " " + args) +
+                              " /dev/null </dev/null >" + ShellQuote(shown);
+  EXPECT_EQ(std::system(command.c_str()), 0) << command;
+  return ReadFile(shown);
+}
+
+TEST(CheckTableOptions, ColourAutoColoursOnATerminalUnlessNoColorIsSet) {
+  if (std::system("command -v script >/dev/null 2>&1") != 0) GTEST_SKIP() << "no script(1)";
+  const std::string args = "-t alpha " + ShellQuote(Fixture("tables.xml"));
+  const std::string place = Fixture("tables.xml") + ":15: ";
+  EXPECT_EQ(RunOnATerminal("", args), place + kGreen + "ok:" + kReset + " alpha (generic)\r\n" +
+                                          kGreen + "1 table checked, 0 failed" + kReset + "\r\n");
+  EXPECT_EQ(RunOnATerminal("NO_COLOR=1", args),
+            place + "ok: alpha (generic)\r\n1 table checked, 0 failed\r\n");
+  EXPECT_EQ(RunOnATerminal("NO_COLOR=", args), RunOnATerminal("", args));
 }
 
 TEST(CheckTableOptions, NeverColoursTheJsonReport) {
