@@ -5,8 +5,8 @@
 set -euo pipefail
 
 # make and cmake drive the build; pkgconf, dpkg-dev (dpkg-shlibdeps) and file (which cpack asks
-# about each binary): the install and Debian package tests; clang-tidy: make tidy; clang with its libFuzzer runtime (libclang-rt-dev) builds
-# the fuzz targets; gcovr reports coverage.
+# about each binary): the install and Debian package tests; clang-tidy: make tidy; clang with its
+# libFuzzer runtime (libclang-rt-dev) builds the fuzz targets; gcovr reports coverage.
 packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev
           libgtest-dev libgmock-dev libbenchmark-dev pkgconf dpkg-dev file clang-tidy clang
           libclang-rt-dev gcovr)
