@@ -1,4 +1,6 @@
-# The front door. `make run` checks the bundled example schema; `make test` builds and runs every test.
+# The front door. `make run` builds the command alone and checks the bundled example schema;
+# `make test` builds and runs every test. (./run.sh and ./test.sh do the same where make is not
+# installed yet.)
 # `make fuzz` runs each fuzz target for FUZZ_SECONDS; `make coverage` reports the tests' coverage
 # of src/ and fails under the floors below.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
@@ -7,7 +9,7 @@ FUZZ_SECONDS ?= 60
 COVERAGE_LINE_FLOOR = 97
 COVERAGE_BRANCH_FLOOR = 92
 
-.PHONY: all deps configure build run test tidy sanitize-test tsan-test fuzz coverage bench docs clean
+.PHONY: all deps configure build build-command run test tidy sanitize-test tsan-test fuzz coverage bench docs clean
 
 all: build
 
@@ -20,7 +22,10 @@ configure: deps
 build: configure
 	cmake --build --preset default -j $(JOBS)
 
-run: build
+build-command: configure
+	cmake --build --preset default -j $(JOBS) --target velmora-check-table
+
+run: build-command
 	./build/default/velmora-check-table $(EXAMPLE)
 
 test: build

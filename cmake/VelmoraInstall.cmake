@@ -1,6 +1,7 @@
 # What `cmake --install` puts under the prefix: the three libraries, the public headers, the
-# command, a CMake package (find_package(velmora 1.0 CONFIG REQUIRED COMPONENTS check zem wlog))
-# and one pkg-config file per library. Every file that names a location finds the prefix from
+# command with its man page (the install component "command"), a CMake package
+# (find_package(velmora 1.0 CONFIG REQUIRED COMPONENTS check zem wlog)) and one pkg-config file
+# per library. Every file that names a location finds the prefix from
 # its own place, so an installed tree may be moved, and the Debian package installs it under /usr.
 include(CMakePackageConfigHelpers)
 
@@ -32,7 +33,9 @@ if(TARGET velmora-check-table)
       ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
     set_target_properties(velmora-check-table PROPERTIES INSTALL_RPATH "$ORIGIN/${velmora_bin_to_lib}")
   endif()
-  install(TARGETS velmora-check-table RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS velmora-check-table RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/velmora-check-table.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)
 endif()
 
 # ---- CMake package ------------------------------------------------------------------------------

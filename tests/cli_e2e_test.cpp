@@ -92,7 +92,7 @@ TEST(CheckTableCommand, HelpExitsZeroAndTeachesTheCommand) {
         "--old", "-f,--format", "CheckTableTypeByCustomAttr", "VelmoraCheckTable",
         "CheckWhetherCountWithRefer", "CheckWhetherNewEntryCountWithRefer",
         "every struct that has a primary key, in file order", "old-style",
-        "FILE:LINE: error: TABLE: MESSAGE [CODE]", "FILE:LINE: ok: TABLE (KIND)",
+        "FILE:LINE:COL: error: TABLE.NAME: REASON [CODE]", "note:", "help:", "also:", "FILE:LINE: ok: TABLE (KIND)",
         "standard error", "Exit status:", "0  every table passed", "1  at least one table failed",
         "2  the options or a schema could not be used", "Examples:",
         "velmora-check-table examples/game.xml"}) {

@@ -90,10 +90,11 @@ TEST(CheckTableEncodings, TheUtf8ReportAsExpected) {
                           path + ":7:11: warning: struct 'mail': unknown key 'SortRul' in "
                                  "customattr2; did you mean 'SortRule'?"));
   EXPECT_THAT(Lines(result.out),
-              ElementsAre(path + ":2: error: player: CheckFieldNameLength failed! "
-                                 "table:'player',ret:-18 [ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR]",
-                          "    Table dose not have indexs, table:'player'",
-                          "    field name[名字] has illegal character.",
+              ElementsAre(path + ":4:5: error: player.名字: field name[名字] has illegal "
+                                 "character. [ERROR_FIELD_NAME_HAS_ILLEGAL_CHAR]",
+                          "    note: CheckFieldNameLength failed! table:'player',ret:-18",
+                          "    help: A field name may hold only ASCII letters, digits and "
+                          "underscores (no blank, '-' or non-ASCII character): rename the field.",
                           path + ":6: ok: mail (list of 5)", "2 tables checked, 1 failed"));
 }
 

@@ -171,8 +171,11 @@ TEST(CheckTableStrict, LoadErrorStillExitsTwoWithTheWarningsAsErrors) {
   EXPECT_EQ(json.status, 2);
   const OrderedJson report = OrderedJson::parse(json.out);
   EXPECT_EQ(report.at("strict"), true);
-  EXPECT_EQ(report.at("errors").size(), 1u);
-  EXPECT_EQ(report.at("errors")[0].at("code"), "strict");
+  // The load error first, as in "error", then the warning as a strict finding.
+  ASSERT_EQ(report.at("errors").size(), 2u);
+  EXPECT_EQ(report.at("errors")[0], report.at("error"));
+  EXPECT_EQ(report.at("errors")[1].at("code"), "strict");
+  EXPECT_EQ(report.at("errors")[1].at("name"), "primaryKey");
 }
 
 TEST(CheckTableStrict, SeveralWarningsAreCountedInTheSummary) {

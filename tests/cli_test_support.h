@@ -76,14 +76,16 @@ class ScratchDir {
   std::string m_path;
 };
 
-// Runs the command with these arguments and collects what it printed and its exit status.
-inline CommandResult RunCheckTable(const std::vector<std::string>& args) {
+// Runs the command with these arguments after the shell words of prefix (a change of folder or
+// environment: "cd DIR &&", "NO_COLOR=1") and collects what it printed and its exit status.
+inline CommandResult RunCheckTableAfter(const std::string& prefix,
+                                        const std::vector<std::string>& args) {
   CommandResult result;
   const ScratchDir dir;
   if (!dir.ok()) return result;
   const std::string out_path = dir.File("out");
   const std::string err_path = dir.File("err");
-  std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN);
+  std::string command = prefix + " " + ShellQuote(VELMORA_CHECK_TABLE_BIN);
   for (const std::string& arg : args) command += " " + ShellQuote(arg);
   command += " </dev/null >" + ShellQuote(out_path) + " 2>" + ShellQuote(err_path);
   const int raw_status = std::system(command.c_str());
@@ -95,6 +97,11 @@ inline CommandResult RunCheckTable(const std::vector<std::string>& args) {
   result.out = ReadFile(out_path);
   result.err = ReadFile(err_path);
   return result;
+}
+
+// Runs the command with these arguments and collects what it printed and its exit status.
+inline CommandResult RunCheckTable(const std::vector<std::string>& args) {
+  return RunCheckTableAfter("", args);
 }
 
 // The lines of a text, without their line breaks.

@@ -2,11 +2,16 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/rules.h"
-#include "cli/short_names.h"
+#include <unistd.h>
+
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <filesystem>
+
+#include "cli/config.h"
+#include "cli/rules.h"
+#include "cli/short_names.h"
 
 #include <velmora/version.h>
 
@@ -34,13 +39,20 @@ const char* const kDescription =
 
 const char* const kFooter =
     "Reports:\n"
-    "  text  one line per failing table, FILE:LINE: error: TABLE: MESSAGE [CODE], with the\n"
-    "        checker's error lines under it; FILE:LINE: ok: TABLE (KIND) per passing table;\n"
-    "        then a summary line. Loader warnings and errors go to standard error; with\n"
+    "  text  per failing table, one line per finding at the element at fault,\n"
+    "        FILE:LINE:COL: error: TABLE.NAME: REASON [CODE], with note: and help: lines under\n"
+    "        it (also: for what a later step finds); FILE:LINE: ok: TABLE (KIND) per passing\n"
+    "        table; then a summary line. Loader warnings and errors go to standard error; with\n"
     "        --strict each warning is an error line FILE:LINE:COL: error: TEXT [strict]\n"
     "        before the tables.\n"
     "  json  one document: per table every check's result, code name, message, attribute\n"
-    "        parse results and log lines (priority, function, file, line, text).\n"
+    "        parse results, log lines (priority, function, file, line, text) and findings.\n"
+    "\n"
+    "Config file:\n"
+    "  .velmora-check.toml in the current folder or the nearest folder above it, up to the\n"
+    "  repository root, or the one --config names, sets server-version, proxy-version,\n"
+    "  rest-proxy-version (strings), require-data-protocol and strict (true or false) and\n"
+    "  format (a string); an option given on the command line wins. --no-config reads none.\n"
     "\n"
     "Exit status:\n"
     "  0  every table passed\n"
@@ -95,15 +107,6 @@ void AddMaxInputSizeOption(CLI::App& app, CheckOptions& options) {
       ->check(CLI::Validator(SizeError, ""));
 }
 
-// -f/--format FORMAT and --strict: what the report is and what fails it.
-void AddReportOptions(CLI::App& app, std::string& format_text, CheckOptions& options) {
-  app.add_option("-f,--format", format_text, "Report format: text (default) or json")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json"}));
-  app.add_flag("--strict", options.strict,
-               "Every loader warning is an error: listed at its place, exit status 1");
-}
-
 // Why a --kind value is refused, or "" when it is accepted.
 std::string KindError(const std::string& text) {
   if (ParseTableKind(text)) return std::string();
@@ -135,6 +138,116 @@ void AddRulesReferenceOptions(CLI::App& app, std::ostream& out) {
       ->type_name("CODE")
       ->check(CLI::Validator([](std::string& code) { return UnknownRuleMessage(code); }, ""))
       ->trigger_on_parse();
+}
+
+
+// What the command line gives as text, read once parsing is over.
+struct CommandLineTexts {
+  std::string kind;
+  std::string old_path;
+  std::string config_path;
+  bool no_config = false;
+  ColorChoice color = ColorChoice::kAuto;
+};
+
+// --server-version, --proxy-version, --rest-proxy-version: versions, or none where there may be
+// no such server.
+void AddVersionOptions(CLI::App& app, CheckOptions& options) {
+  const auto version = [](bool none_allowed) {
+    return CLI::Validator(
+        [none_allowed](std::string& text) { return VersionError(text, none_allowed); }, "");
+  };
+  app.add_option("--server-version", options.server_version,
+                 "Oldest server version that will hold the tables (enables size limits)")
+      ->type_name("V")
+      ->check(version(false));
+  app.add_option("--proxy-version", options.proxy_version,
+                 "Oldest proxy version that will serve the tables; default: empty")
+      ->type_name("V")
+      ->check(version(false));
+  app.add_option("--rest-proxy-version", options.rest_proxy_version,
+                 "Oldest REST proxy version, or none (the default): no REST proxy")
+      ->type_name("V")
+      ->check(version(true));
+}
+
+// What is checked: the tables, their kind, the versions and the schema before the change.
+void AddCheckOptions(CLI::App& app, CheckOptions& options, CommandLineTexts& texts) {
+  app.add_option("SCHEMA", options.schema_path, "The ZEM XML schema file to check")
+      ->required()
+      ->type_name("SCHEMA.xml");
+  app.add_option("-t,--table", options.tables,
+                 "Check this table (repeatable); default: all structs with a primary key")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  app.add_option("-k,--kind", texts.kind,
+                 "generic (0), list (1) or any integer; default: from table attributes")
+      ->type_name("KIND")
+      ->check(CLI::Validator([](std::string& text) { return KindError(text); },
+                             "generic|list|INTEGER"));
+  AddVersionOptions(app, options);
+  app.add_flag("--require-data-protocol", options.require_data_protocol,
+               "A table's customattr2 must name its DataProtocolType");
+  app.add_option("--old", texts.old_path,
+                 "The schema before this change: only the arrays it adds are judged")
+      ->type_name("OLD.xml");
+}
+
+// How the report is written, and where the settings of a repository come from.
+void AddOutputOptions(CLI::App& app, CheckOptions& options, CommandLineTexts& texts) {
+  app.add_option_function<std::string>(
+         "-f,--format",
+         [&options](const std::string& text) { options.format = *ParseReportFormat(text); },
+         "Report format: text (default) or json")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json"}));
+  app.add_flag("--strict", options.strict,
+               "Every loader warning is an error: listed at its place, exit status 1");
+  app.add_flag("-q,--quiet", options.quiet,
+               "Text report: only the failing tables, no ok lines, summary or warnings");
+  app.add_option_function<std::string>(
+         "--color",
+         [&texts](const std::string& text) { texts.color = *ParseColorChoice(text); },
+         "Colour labels: auto (on a terminal without NO_COLOR), always, never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
+  app.add_option("--config", texts.config_path,
+                 "Settings from this file instead of the .velmora-check.toml found")
+      ->type_name("FILE");
+  app.add_flag("--no-config", texts.no_config, "Read no config file, not even the one --config names");
+}
+
+// A parse that ended before the run: help, version and reference requests end well (0); anything
+// else is a usage error (2). An argument that looks like an option but is none is named alone,
+// since whatever follows it was only left over because of it.
+int EndParse(const CLI::App& app, const CLI::ParseError& error, std::ostream& out,
+             std::ostream& err) {
+  if (error.get_exit_code() != 0) {
+    for (const std::string& arg : app.remaining()) {
+      if (arg.size() < 2 || arg[0] != '-') continue;
+      err << "unknown option " << arg.substr(0, arg.find('=')) << "\n"
+          << "Run with --help for more information.\n";
+      return 2;
+    }
+  }
+  return app.exit(error, out, err) == 0 ? 0 : 2;
+}
+
+// Settings of the config file for the options the command line left out. Returns "" or why the
+// file cannot be used.
+std::string ApplyConfig(const CLI::App& app, const CommandLineTexts& texts, CheckOptions& options) {
+  if (texts.no_config) return std::string();
+  std::string path = texts.config_path;
+  if (path.empty()) {
+    std::error_code error;
+    const std::filesystem::path here = std::filesystem::current_path(error);
+    if (error) return std::string();
+    path = FindConfigFile(here);
+    if (path.empty()) return std::string();
+  }
+  return ApplyConfigFile(
+      path, [&app](const std::string& key) { return app.get_option("--" + key)->count() > 0; },
+      options);
 }
 
 }  // namespace
@@ -181,62 +294,64 @@ std::optional<int> ParseTableKind(const std::string& text) {
   return static_cast<int>(value);
 }
 
+std::optional<ReportFormat> ParseReportFormat(const std::string& text) {
+  if (text == "text") return ReportFormat::kText;
+  if (text == "json") return ReportFormat::kJson;
+  return std::nullopt;
+}
+
+std::string VersionError(const std::string& text, bool none_allowed) {
+  if (none_allowed && text == "none") return std::string();
+  size_t parts = 0;
+  size_t from = 0;
+  while (true) {
+    const size_t dot = text.find('.', from);
+    const size_t end = dot == std::string::npos ? text.size() : dot;
+    const bool digits = end > from && text.find_first_not_of("0123456789", from) >= end;
+    if (!digits) break;
+    ++parts;
+    if (dot == std::string::npos) {
+      if (parts == 3 || parts == 4) return std::string();
+      break;
+    }
+    from = dot + 1;
+  }
+  return "'" + text + "' is not a version: three or four decimal numbers joined by dots, like " +
+         "3.40.0 or 3.40.0.193000" + (none_allowed ? ", or none" : "");
+}
+
 ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostream& out,
                                    std::ostream& err) {
   ParsedCommandLine parsed;
   CheckOptions& options = parsed.options;
-  std::string kind_text;
-  std::string format_text = "text";
-  std::string old_path;
+  CommandLineTexts texts;
 
   CLI::App app(kDescription, "velmora-check-table");
   app.footer(kFooter + LimitsText());
   app.set_version_flag("--version", std::string("velmora-check-table ") + VelmoraVersion(),
                        "Print the version and exit");
-  app.add_option("SCHEMA", options.schema_path, "The ZEM XML schema file to check")
-      ->required()
-      ->type_name("SCHEMA.xml");
-  app.add_option("-t,--table", options.tables,
-                 "Check this table (repeatable); default: all structs with a primary key")
-      ->type_name("NAME")
-      ->allow_extra_args(false);
-  CLI::Option* kind_option =
-      app.add_option("-k,--kind", kind_text,
-                     "generic (0), list (1) or any integer; default: from table attributes")
-          ->type_name("KIND")
-          ->check(CLI::Validator([](std::string& text) { return KindError(text); },
-                                 "generic|list|INTEGER"));
-  app.add_option("--server-version", options.server_version,
-                 "Oldest server version that will hold the tables (enables size limits)")
-      ->type_name("V");
-  app.add_option("--proxy-version", options.proxy_version,
-                 "Oldest proxy version that will serve the tables; default: empty")
-      ->type_name("V");
-  app.add_option("--rest-proxy-version", options.rest_proxy_version,
-                 "Oldest REST proxy version, or none (the default): no REST proxy")
-      ->type_name("V");
-  app.add_flag("--require-data-protocol", options.require_data_protocol,
-               "A table's customattr2 must name its DataProtocolType");
-  CLI::Option* old_option =
-      app.add_option("--old", old_path,
-                     "The schema before this change: only the arrays it adds are judged")
-          ->type_name("OLD.xml");
-  AddReportOptions(app, format_text, options);
+  AddCheckOptions(app, options, texts);
+  AddOutputOptions(app, options, texts);
   AddMaxInputSizeOption(app, options);
   AddRulesReferenceOptions(app, out);
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    // Help, version and reference requests end well; every other parse failure is a usage error.
-    const int status = app.exit(error, out, err);
-    parsed.exit_status = status == 0 ? 0 : 2;
+    parsed.exit_status = EndParse(app, error, out, err);
+    return parsed;
+  }
+  const std::string config_error = ApplyConfig(app, texts, options);
+  if (!config_error.empty()) {
+    err << config_error << '\n';
+    parsed.exit_status = 2;
     return parsed;
   }
 
-  if (kind_option->count() > 0) options.kind = ParseTableKind(kind_text);
-  if (old_option->count() > 0) options.old_schema_path = old_path;
-  options.format = format_text == "json" ? ReportFormat::kJson : ReportFormat::kText;
+  if (app.get_option("--kind")->count() > 0) options.kind = ParseTableKind(texts.kind);
+  if (app.get_option("--old")->count() > 0) options.old_schema_path = texts.old_path;
+  options.color_report = UseColor(texts.color, STDOUT_FILENO);
+  options.color_messages = UseColor(texts.color, STDERR_FILENO);
   parsed.run = true;
   return parsed;
 }

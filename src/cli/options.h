@@ -10,6 +10,8 @@
 
 #include <velmora/zem_xml_loader.h>
 
+#include "cli/color.h"
+
 enum class ReportFormat { kText, kJson };
 
 // What the user asked for.
@@ -24,7 +26,10 @@ struct CheckOptions {
   std::optional<std::string> old_schema_path;
   ReportFormat format = ReportFormat::kText;
   uint64_t max_input_bytes = ZEM_DEFAULT_MAX_INPUT_BYTES;  // of each schema file
-  bool strict = false;  // every loader warning is an error
+  bool strict = false;         // every loader warning is an error
+  bool quiet = false;          // the text report shows failures only
+  bool color_report = false;   // the report on standard output is coloured
+  bool color_messages = false;  // the loader's messages on standard error are coloured
 };
 
 // The outcome of reading the command line: either options to run with, or an exit status after
@@ -38,6 +43,13 @@ struct ParsedCommandLine {
 // Reads the arguments. Help goes to out, usage messages to err.
 ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostream& out,
                                    std::ostream& err);
+
+// A --format value (also the config file's format): the name of a report format.
+std::optional<ReportFormat> ParseReportFormat(const std::string& text);
+
+// Why a version given to option is refused, or "" when it is accepted: a version is three or four
+// decimal numbers joined by dots (3.40.0, 3.40.0.193000); where none_allowed, "none" is one too.
+std::string VersionError(const std::string& text, bool none_allowed);
 
 // A --kind value: "generic" is 0, "list" is 1, a decimal integer within the int range is itself.
 // Anything else has no value.

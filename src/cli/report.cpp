@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "cli/color.h"
 #include "cli/short_names.h"
 #include "cli/utf8.h"
 #include <velmora/check_table_error.h>
@@ -37,10 +38,12 @@ std::string FindingSubject(const std::string& table, const Finding& finding,
 // One finding: the compiler-style line with its most specific reason, then the lines around it
 // as notes, then what to change.
 void WriteFinding(const std::string& schema_path, const std::string& table, const Finding& finding,
-                  const std::unordered_set<std::string>& long_names, std::ostream& out) {
+                  const std::unordered_set<std::string>& long_names, bool colored,
+                  std::ostream& out) {
   // The element's name is shortened on its own: joined to the table's it is no whole name.
   const std::string shown_name = ShortenLongNames(finding.name, table, long_names);
-  out << FindingPlace(schema_path, finding) << (finding.also ? ": also: " : ": error: ")
+  out << FindingPlace(schema_path, finding) << ": "
+      << (finding.also ? "also:" : Colored("error:", Paint::kError, colored)) << " "
       << FindingSubject(table, finding, shown_name) << ": " << finding.message << " ["
       << finding.code << "]\n";
   for (const std::string& note : finding.notes) out << "    note: " << note << '\n';
@@ -51,7 +54,8 @@ void WriteFinding(const std::string& schema_path, const std::string& table, cons
 // two checks share (a table name rule that the attribute check and the entry point both apply)
 // is shown once. Long names are shown shortened, so that every reason stays on screen.
 void WriteFailedTable(const std::string& schema_path, const TableRun& table,
-                      const std::unordered_set<std::string>& long_names, std::ostream& out) {
+                      const std::unordered_set<std::string>& long_names, bool colored,
+                      std::ostream& out) {
   std::ostringstream body;
   std::vector<const Finding*> shown;
   for (const CheckRun& check : table.checks) {
@@ -62,7 +66,7 @@ void WriteFailedTable(const std::string& schema_path, const TableRun& table,
       });
       if (repeated) continue;
       shown.push_back(&finding);
-      WriteFinding(schema_path, table.table, finding, long_names, body);
+      WriteFinding(schema_path, table.table, finding, long_names, colored, body);
     }
   }
   out << ShortenLongNames(body.str(), table.table, long_names);
@@ -178,14 +182,21 @@ Json StrictErrorsJson(const std::vector<ZemLoadMessage>& warnings) {
   return json;
 }
 
-// The loader warnings: on err, or under --strict as error lines, on out beside the tables when
-// the schema loaded.
-void WriteTextWarnings(const SchemaRun& run, std::ostream& out, std::ostream& err) {
+// The loader warnings: on err (not with --quiet), or under --strict as error lines, on out beside
+// the tables when the schema loaded.
+void WriteTextWarnings(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
+                       std::ostream& err) {
+  if (!run.strict && options.quiet) return;
   for (const ZemLoadMessage& warning : run.warnings) {
     if (run.strict) {
-      (run.loaded ? out : err) << FormatZemLoadMessage(warning, "error") << " [strict]\n";
+      const bool on_out = run.loaded;
+      const std::string label = Colored(
+          "error", Paint::kError, on_out ? options.color_report : options.color_messages);
+      (on_out ? out : err) << FormatZemLoadMessage(warning, label.c_str()) << " [strict]\n";
     } else {
-      err << FormatZemLoadMessage(warning, "warning") << '\n';
+      err << FormatZemLoadMessage(warning,
+                                  Colored("warning", Paint::kWarning, options.color_messages).c_str())
+          << '\n';
     }
   }
 }
@@ -196,6 +207,19 @@ std::string StrictSummary(const SchemaRun& run) {
   const size_t count = run.warnings.size();
   return ", " + std::to_string(count) +
          (count == 1 ? " warning is an error" : " warnings are errors") + " under --strict";
+}
+
+// The last line of the text report: how many tables were checked and how many failed.
+void WriteSummary(const SchemaRun& run, int failed, bool colored, std::ostream& out) {
+  const size_t checked = run.tables.size();
+  const bool strict_failed = run.strict && !run.warnings.empty();
+  const std::string summary = std::to_string(checked) + (checked == 1 ? " table" : " tables") +
+                              " checked, " + std::to_string(failed) + " failed" +
+                              StrictSummary(run);
+  out << Colored(summary,
+                 failed > 0 || strict_failed ? Paint::kSummaryFailed : Paint::kSummaryPassed,
+                 colored)
+      << '\n';
 }
 
 Json TableJson(const TableRun& table) {
@@ -276,28 +300,27 @@ std::string DescribeTableKind(const CheckRun& table_type_run) {
 
 void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
                      std::ostream& err) {
-  WriteTextWarnings(run, out, err);
+  WriteTextWarnings(options, run, out, err);
   if (!run.loaded) {
+    const std::string label = Colored("error", Paint::kError, options.color_messages);
     for (const ZemLoadMessage& error : run.errors) {
-      err << FormatZemLoadMessage(error, "error") << '\n';
+      err << FormatZemLoadMessage(error, label.c_str()) << '\n';
     }
     return;
   }
 
+  const bool colored = options.color_report;
   int failed = 0;
   for (const TableRun& table : run.tables) {
-    const std::string place = TablePlace(options.schema_path, table);
-    if (table.ok) {
-      out << place << ": ok: " << table.table << " (" << DescribeTableKind(table.checks.front())
-          << ")\n";
-      continue;
+    if (!table.ok) {
+      ++failed;
+      WriteFailedTable(options.schema_path, table, run.long_names, colored, out);
+    } else if (!options.quiet) {
+      out << TablePlace(options.schema_path, table) << ": " << Colored("ok:", Paint::kOk, colored)
+          << " " << table.table << " (" << DescribeTableKind(table.checks.front()) << ")\n";
     }
-    ++failed;
-    WriteFailedTable(options.schema_path, table, run.long_names, out);
   }
-  const size_t checked = run.tables.size();
-  out << checked << (checked == 1 ? " table" : " tables") << " checked, " << failed << " failed"
-      << StrictSummary(run) << '\n';
+  if (!options.quiet) WriteSummary(run, failed, colored, out);
 }
 
 void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out) {

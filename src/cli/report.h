@@ -14,6 +14,8 @@
 std::string DescribeTableKind(const CheckRun& table_type_run);
 
 // The text report: loader warnings and a load error on err, the table lines and the summary on out.
+// Quiet leaves out the warnings, the passing tables and the summary. Colour, where the options
+// ask for it, marks only the labels (error:, warning:, ok:) and the summary line.
 void WriteTextReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
                      std::ostream& err);
 

@@ -17,7 +17,8 @@ for runtime in libc6 libstdc++6 libpugixml1v5; do
 done
 
 dpkg-deb -c "$deb" | awk '{print $NF}' >"$SCRATCH/contents"
-for path in ./usr/bin/velmora-check-table ./usr/include/velmora/check_table.h \
+for path in ./usr/bin/velmora-check-table ./usr/share/man/man1/velmora-check-table.1 \
+            ./usr/include/velmora/check_table.h \
             ./usr/include/velmora/version.h ./usr/lib/libvelmora_check.a \
             ./usr/lib/libvelmora_zem.a ./usr/lib/libvelmora_wlog.a \
             ./usr/lib/cmake/velmora/velmoraConfig.cmake \

@@ -36,6 +36,14 @@ for file in velmoraConfig.cmake velmoraConfigVersion.cmake velmora-check-targets
   expect_file "$prefix/lib/cmake/velmora/$file"
 done
 expect_file "$prefix/bin/velmora-check-table"
+expect_file "$prefix/share/man/man1/velmora-check-table.1"
+
+# The component "command" is the command with its man page, and nothing else.
+command_prefix="$SCRATCH/command prefix"
+quietly "$CMAKE" --install "$tree" --prefix "$command_prefix" --component command
+[ "$(cd "$command_prefix" && find . -type f | sort | tr '\n' ' ')" = \
+  "./bin/velmora-check-table ./share/man/man1/velmora-check-table.1 " ] ||
+  fail "the command component holds: $(cd "$command_prefix" && find . -type f)"
 for lib in check zem wlog; do
   expect_file "$prefix/lib/pkgconfig/velmora-$lib.pc"
   if [ "$variant" = static ]; then
