@@ -126,6 +126,13 @@ void AddRulesReferenceOptions(CLI::App& app, std::ostream& out) {
       ->trigger_on_parse();
 }
 
+ReportFormat FormatNamed(const std::string& name) {
+  if (name == "json") return ReportFormat::kJson;
+  if (name == "sarif") return ReportFormat::kSarif;
+  if (name == "github") return ReportFormat::kGithub;
+  return ReportFormat::kText;
+}
+
 }  // namespace
 
 std::optional<uint64_t> ParseByteSize(const std::string& text) {
@@ -182,9 +189,11 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   app.footer(kFooter + LimitsText());
   app.set_version_flag("--version", std::string("velmora-check-table ") + VelmoraVersion(),
                        "Print the version and exit");
-  app.add_option("SCHEMA", options.schema_path, "The ZEM XML schema file to check")
+  app.add_option("SCHEMA", options.schemas,
+                 "ZEM XML schema files to check; a folder: every *.xml file below it; -: one "
+                 "schema on standard input")
       ->required()
-      ->type_name("SCHEMA.xml");
+      ->type_name("SCHEMA");
   app.add_option("-t,--table", options.tables,
                  "Check this table (repeatable); default: all structs with a primary key")
       ->type_name("NAME")
@@ -210,9 +219,10 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
       app.add_option("--old", old_path,
                      "The schema before this change: only the arrays it adds are judged")
           ->type_name("OLD.xml");
-  app.add_option("-f,--format", format_text, "Report format: text (default) or json")
+  app.add_option("-f,--format", format_text,
+                 "Report format: text (default), json, sarif or github")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json"}));
+      ->check(CLI::IsMember({"text", "json", "sarif", "github"}));
   AddMaxInputSizeOption(app, options);
   AddRulesReferenceOptions(app, out);
 
@@ -227,7 +237,8 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
 
   if (kind_option->count() > 0) options.kind = ParseTableKind(kind_text);
   if (old_option->count() > 0) options.old_schema_path = old_path;
-  options.format = format_text == "json" ? ReportFormat::kJson : ReportFormat::kText;
+  options.format = FormatNamed(format_text);
+  options.schema_path = options.schemas.front();
   parsed.run = true;
   return parsed;
 }

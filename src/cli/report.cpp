@@ -4,6 +4,8 @@
 
 #include <sstream>
 
+#include "cli/github_report.h"
+#include "cli/sarif_report.h"
 #include "cli/short_names.h"
 #include "cli/utf8.h"
 #include <velmora/check_table_error.h>
@@ -245,10 +247,22 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
 
 int WriteReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
                 std::ostream& err) {
-  if (options.format == ReportFormat::kJson) {
-    WriteJsonReport(options, run, out);
-  } else {
-    WriteTextReport(options, run, out, err);
+  switch (options.format) {
+    case ReportFormat::kJson:
+      WriteJsonReport(options, run, out);
+      break;
+    case ReportFormat::kSarif: {
+      SarifReport sarif(out);
+      sarif.AddSchema(options.schema_path, run);
+      sarif.Finish();
+      break;
+    }
+    case ReportFormat::kGithub:
+      WriteGithubAnnotations(options.schema_path, run, out);
+      break;
+    case ReportFormat::kText:
+      WriteTextReport(options, run, out, err);
+      break;
   }
   return ExitStatusFor(run);
 }
