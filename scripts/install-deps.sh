@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs when they are missing. As root it runs apt-get;
-# otherwise it prints the exact command to run and stops.
+# otherwise it prints the exact command to run and stops. Then installs the SARIF validator the
+# tests run (npm package @microsoft/sarif-multitool) into build/tools of the source tree.
 set -euo pipefail
 
 # pkgconf and dpkg-dev (dpkg-shlibdeps): the install and Debian package tests; clang-tidy: make tidy;
@@ -14,8 +15,31 @@ for pkg in "${packages[@]}"; do
     missing+=("$pkg")
   fi
 done
+# npm installs the SARIF validator; a machine may have it from another Node.js package than Debian's.
+if ! command -v npm >/dev/null 2>&1; then
+  missing+=(npm)
+fi
+
+SARIF_MULTITOOL_VERSION=5.7.0
+install_sarif_validator() {
+  local tools_dir
+  tools_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/tools"
+  local validator="$tools_dir/node_modules/.bin/sarif-multitool"
+  if [ ! -x "$validator" ]; then
+    echo "Installing the SARIF validator into $tools_dir"
+    mkdir -p "$tools_dir"
+    npm install --prefix "$tools_dir" --no-audit --no-fund --no-save \
+      "@microsoft/sarif-multitool@$SARIF_MULTITOOL_VERSION"
+  fi
+  # The validator is a .NET program; without ICU it runs with invariant globalization.
+  if ! DOTNET_SYSTEM_GLOBALIZATION_INVARIANT=1 "$validator" --version >/dev/null 2>&1; then
+    echo "The SARIF validator at $validator does not run" >&2
+    exit 1
+  fi
+}
 
 if [ ${#missing[@]} -eq 0 ]; then
+  install_sarif_validator
   exit 0
 fi
 
@@ -30,3 +54,4 @@ echo "Installing: ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -q
 apt-get install -y -q --no-install-recommends "${missing[@]}"
+install_sarif_validator

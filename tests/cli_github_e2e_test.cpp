@@ -1,0 +1,106 @@
+// The GitHub Actions report: one workflow command per problem, which the runner shows as an
+// annotation on the line of the schema file; data and property values escaped as the runner reads
+// them.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "cli/github_report.h"
+#include "cli_shell_support.h"
+#include "cli_test_support.h"
+
+namespace {
+
+const std::string kExamples = VELMORA_EXAMPLES_DIR;
+const std::string kFixtures = VELMORA_FIXTURES_DIR;
+
+TEST(WorkflowEscaping, DataEscapesPercentCarriageReturnAndLineFeed) {
+  EXPECT_EQ(EscapeWorkflowData("100% done\r\nnext: a,b"), "100%25 done%0D%0Anext: a,b");
+  EXPECT_EQ(EscapeWorkflowData("%0A"), "%250A");
+  EXPECT_EQ(EscapeWorkflowData(""), "");
+}
+
+TEST(WorkflowEscaping, PropertiesAlsoEscapeColonAndComma) {
+  EXPECT_EQ(EscapeWorkflowProperty("100% done\r\nnext: a,b"),
+            "100%25 done%0D%0Anext%3A a%2Cb");
+  EXPECT_EQ(EscapeWorkflowProperty("dir/a_b-c.xml"), "dir/a_b-c.xml");
+}
+
+TEST(GithubReport, WritesOneErrorCommandPerFailingTableAtItsLine) {
+  const CommandResult result =
+      RunShell("cd " + ShellQuote(kExamples) + " && " +
+               CheckTableCommand({"--format", "github", "broken.xml"}) + " </dev/null");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out,
+            "::error file=broken.xml,line=9,col=1,title=CHECK_TABLE_ERROR_SYSTEM_ERROR::"
+            "table_type is generic,but customattr has contain ListNum or SortFieldNum or "
+            "SortRule,don't forget to check the entry's customattr2.\n"
+            "::error file=broken.xml,line=16,col=1,title=ERROR_INDEX_FIELD::CheckIndex failed! "
+            "table:'friend_list',ret:-6%0AList-type-table isn't allowed to configure index "
+            "field! table:'friend_list'\n"
+            "::error file=broken.xml,line=24,col=1,title=ERROR_COUNT_WITHNOT_REFER::these entry "
+            "have 'count' without 'refer' : slots \n"
+            "::error file=broken.xml,line=30,col=1,title=CHECK_TABLE_ERROR_INVALID_PARAMETER::"
+            "pstEntry 's curstomaattr num's sort num 1 not match with meta's SortFieldNum=2\n"
+            "::error file=broken.xml,line=38,col=1,title=ERROR_FIELD_TYPE_ILLEGAL::"
+            "CheckPrimaryKey failed! table:'nickname',ret:-16%0AThe entry type is not "
+            "supported! entry_name:'nick' table='nickname'\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(GithubReport, WritesNothingForPassingTables) {
+  const CommandResult result = RunCheckTable({"-f", "github", kExamples + "/game.xml"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(GithubReport, EscapesTheFileNameAndTheMessage) {
+  ScratchDir dir;
+  const std::string name = "odd\r\nname,with:100%.xml";
+  WriteTextFile(dir.File(name),
+                "<metalib name=\"m\">\n"
+                "  <struct name=\"mail\" primarykey=\"uid\" "
+                "customattr2=\"TableType=LIST;ListNum=5000;Note=100%\">\n"
+                "    <entry name=\"uid\" type=\"uint64\"/>\n"
+                "    <entry name=\"body\" type=\"string\" size=\"64\"/>\n"
+                "  </struct>\n"
+                "</metalib>\n");
+  const CommandResult result = RunShell("cd " + ShellQuote(dir.path()) + " && " +
+                                        CheckTableCommand({"-f", "github", name}) + " </dev/null");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out,
+            "::error file=odd%0D%0Aname%2Cwith%3A100%25.xml,line=2,col=1,"
+            "title=CHECK_TABLE_ERROR_INVALID_PARAMETER::list_num must be [1,1023],but now "
+            "list_num:5000,list_num_str:5000,custom_str:TableType=LIST;ListNum=5000;Note=100%25\n");
+}
+
+TEST(GithubReport, ATableTheSchemaLacksIsAnnotatedOnTheFile) {
+  const CommandResult result =
+      RunCheckTable({"-f", "github", "-t", "nosuch", kExamples + "/game.xml"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "::error file=" + kExamples +
+                            "/game.xml,title=CHECK_TABLE_ERROR_SYSTEM_ERROR::Get meta info "
+                            "failed, please check the table name! table:'nosuch'\n");
+}
+
+TEST(GithubReport, LoaderWarningsAreWarningsAndALoadErrorIsAnError) {
+  const CommandResult result =
+      RunShell("cd " + ShellQuote(kFixtures + "/cli") + " && " +
+               CheckTableCommand({"-f", "github", "warning_then_error.xml", "empty.xml",
+                                  "failing.xml"}) +
+               " </dev/null");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out,
+            "::warning file=warning_then_error.xml,line=3,col=36,title=load-warning::unknown "
+            "attribute 'colour' of <struct> is ignored\n"
+            "::error file=warning_then_error.xml,line=5,col=21,title=load-error::entry 'v': "
+            "type 'nosuchtype' is neither a base type nor a struct or union defined earlier\n"
+            "::error file=empty.xml,title=load-error::the file is empty\n"
+            "::error file=failing.xml,line=7,col=1,title=ERROR_REPEATED_FIELD_NAME::"
+            "CheckPrimaryKey failed! table:'badkey',ret:-51%0Arepeated field name in primary "
+            "key, invalid! entry_name:'uid' table='badkey'\n");
+  EXPECT_EQ(result.err, "");
+}
+
+}  // namespace
