@@ -53,26 +53,50 @@ Annotation LoadAnnotation(const ZemLoadMessage& message, AnnotationLevel level, 
   return annotation;
 }
 
+// A finding at its element: its message, then the lines around it and the hint, one per line.
+Annotation FindingAnnotation(const std::string& schema_path, const Finding& finding) {
+  Annotation annotation;
+  annotation.file = schema_path;
+  annotation.line = Position(finding.line);
+  annotation.column = annotation.line ? Position(finding.column) : std::nullopt;
+  annotation.rule = finding.code.empty() ? RuleOf(finding.result) : finding.code;
+  annotation.result = finding.result;
+  annotation.message = finding.message;
+  for (const std::string& note : finding.notes) annotation.message += "\n" + note;
+  if (!finding.help.empty()) annotation.message += "\nhelp: " + finding.help;
+  return annotation;
+}
+
+// A failing check that placed no finding: one annotation at the table's struct element, unless
+// an earlier check failed with the same message and code.
+void AddCheckAnnotation(const std::string& schema_path, const TableRun& table,
+                        const CheckRun& check, std::vector<Annotation>& annotations) {
+  const std::string message = ProblemText(check);
+  for (const Annotation& earlier : annotations) {
+    if (earlier.message == message && earlier.result == check.result) return;
+  }
+  Annotation annotation;
+  annotation.file = schema_path;
+  annotation.line = table.line;
+  if (table.line) annotation.column = 1;
+  annotation.rule = RuleOf(check.result);
+  annotation.result = check.result;
+  annotation.message = message;
+  annotations.push_back(std::move(annotation));
+}
+
 }  // namespace
 
 std::vector<Annotation> AnnotationsOf(const std::string& schema_path, const TableRun& table) {
   std::vector<Annotation> annotations;
   for (const CheckRun& check : table.checks) {
-    if (check.passed) continue;
-    const std::string message = ProblemText(check);
-    bool repeated = false;
-    for (const Annotation& earlier : annotations) {
-      repeated = repeated || (earlier.message == message && earlier.result == check.result);
+    if (!check.findings.empty()) {
+      for (const Finding& finding : check.findings) {
+        annotations.push_back(FindingAnnotation(schema_path, finding));
+      }
+    } else if (!check.passed) {
+      AddCheckAnnotation(schema_path, table, check, annotations);
     }
-    if (repeated) continue;
-    Annotation annotation;
-    annotation.file = schema_path;
-    annotation.line = table.line;
-    if (table.line) annotation.column = 1;
-    annotation.rule = RuleOf(check.result);
-    annotation.result = check.result;
-    annotation.message = message;
-    annotations.push_back(std::move(annotation));
   }
   return annotations;
 }
@@ -82,8 +106,12 @@ std::vector<Annotation> LoadAnnotationsOf(const SchemaRun& run) {
   for (const ZemLoadMessage& warning : run.warnings) {
     annotations.push_back(LoadAnnotation(warning, AnnotationLevel::kWarning, kLoadWarningRule));
   }
-  if (!run.loaded) {
+  if (run.loaded) return annotations;
+  if (run.errors.empty()) {
     annotations.push_back(LoadAnnotation(run.error, AnnotationLevel::kError, kLoadErrorRule));
+  }
+  for (const ZemLoadMessage& error : run.errors) {
+    annotations.push_back(LoadAnnotation(error, AnnotationLevel::kError, kLoadErrorRule));
   }
   return annotations;
 }

@@ -26,13 +26,14 @@ struct Annotation {
   std::string message;
 };
 
-// One annotation per failing check of a table of the schema at schema_path, at the table's struct
-// element, in check order. Its message is the check's, followed by the error lines the check
-// logged, one per line. A later check failing with the same message and code as an earlier one
-// adds nothing.
+// The problems of a table of the schema at schema_path, in check order: one annotation per finding
+// of a check (those of later steps, marked also, included), with its notes and hint on lines of
+// their own. A failing check without findings gives one annotation at the table's struct
+// element: its message, then the error lines it logged; a later check failing with the same
+// message and code as an earlier one adds nothing.
 std::vector<Annotation> AnnotationsOf(const std::string& schema_path, const TableRun& table);
 
-// The loader's warnings of a run, then its load error when the schema could not be used.
+// The loader's warnings of a run, then its load errors when the schema could not be used.
 std::vector<Annotation> LoadAnnotationsOf(const SchemaRun& run);
 
 #endif  // VELMORA_CLI_ANNOTATIONS_H_
