@@ -1,6 +1,7 @@
 // The GitHub Actions report: one workflow command per problem, which the runner shows as an
 // annotation on the line of the schema file; data and property values escaped as the runner reads
 // them.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -101,6 +102,19 @@ TEST(GithubReport, LoaderWarningsAreWarningsAndALoadErrorIsAnError) {
             "CheckPrimaryKey failed! table:'badkey',ret:-51%0Arepeated field name in primary "
             "key, invalid! entry_name:'uid' table='badkey'\n");
   EXPECT_EQ(result.err, "");
+}
+
+TEST(GithubReport, ShowsInTheReadmeARealAnnotationOfTheBrokenExample) {
+  const std::string root = kExamples + "/..";
+  std::string sample;
+  for (const std::string& line : Lines(ReadFile(root + "/README.md"))) {
+    if (line.rfind("    ::error file=examples/broken.xml", 0) == 0) sample = line.substr(4);
+  }
+  ASSERT_FALSE(sample.empty()) << "no annotation of examples/broken.xml in the README";
+  const CommandResult result =
+      RunShell("cd " + ShellQuote(root) + " && " +
+               CheckTableCommand({"-f", "github", "examples/broken.xml"}) + " </dev/null");
+  EXPECT_THAT(Lines(result.out), ::testing::Contains(sample));
 }
 
 }  // namespace

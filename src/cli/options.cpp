@@ -13,8 +13,10 @@
 namespace {
 
 const char* const kDescription =
-    "Checks the table definitions of a ZEM XML schema the way the Velmora table store does before\n"
-    "it creates or changes a table, and reports every table that the store would refuse.\n"
+    "Checks the table definitions of ZEM XML schemas the way the Velmora table store does before\n"
+    "it creates or changes a table, and reports every table that the store would refuse. Each\n"
+    "SCHEMA is a file, a folder (every *.xml file below it, in byte order of their paths) or -\n"
+    "(one schema on standard input); one that cannot be used does not stop the others.\n"
     "\n"
     "For each table (by default every struct that has a primary key, in file order), three checks\n"
     "run in turn, each on a fresh checker:\n"
@@ -34,21 +36,33 @@ const char* const kDescription =
 
 const char* const kFooter =
     "Reports:\n"
-    "  text  one line per failing table, FILE:LINE: error: TABLE: MESSAGE [CODE], with the\n"
-    "        checker's error lines under it; FILE:LINE: ok: TABLE (KIND) per passing table;\n"
-    "        then a summary line. Loader warnings and errors go to standard error.\n"
-    "  json  one document: per table every check's result, code name, message, attribute\n"
-    "        parse results and log lines (priority, function, file, line, text).\n"
+    "  text    one line per failing table, FILE:LINE: error: TABLE: MESSAGE [CODE], with the\n"
+    "          checker's error lines under it; FILE:LINE: ok: TABLE (KIND) per passing table;\n"
+    "          then a summary line. Loader warnings and errors go to standard error.\n"
+    "  json    one document: per table every check's result, code name, message, attribute\n"
+    "          parse results and log lines (priority, function, file, line, text).\n"
+    "  sarif   SARIF 2.1.0 for code scanning: a rule per result code, one result per problem\n"
+    "          at its line; loader warnings (load-warning) and errors (load-error) too.\n"
+    "  github  GitHub Actions workflow commands: ::error file=F,line=L,col=C,title=CODE::TEXT\n"
+    "          per problem, ::warning per loader warning; passing tables print nothing.\n"
+    "With several files or a folder, text and github list one schema after the other (text\n"
+    "ends with a line for them all), json is {\"format\": 1, \"files\": [each schema's document\n"
+    "without \"format\"], \"summary\": {\"files\", \"tables\", \"failed\"}} and sarif is one run\n"
+    "with every schema. --old goes with one schema only. With one file every report is that\n"
+    "file's alone.\n"
     "\n"
     "Exit status:\n"
     "  0  every table passed\n"
     "  1  at least one table failed\n"
-    "  2  the options or a schema could not be used; nothing was checked\n"
+    "  2  the options or a schema could not be used, or the report could not be written (a\n"
+    "     reader that leaves early, as head does, gets no message)\n"
     "\n"
     "Examples:\n"
     "  velmora-check-table examples/game.xml\n"
     "  velmora-check-table -t player -t mail --server-version 3.40.0.193000 game.xml\n"
     "  velmora-check-table --old game-before.xml --format json game.xml\n"
+    "  velmora-check-table --format sarif schemas/ > velmora.sarif\n"
+    "  git show HEAD:game.xml | velmora-check-table --format github -\n"
     "  velmora-check-table --explain ERROR_INDEX_FIELD\n"
     "\n";
 
@@ -190,10 +204,9 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   app.set_version_flag("--version", std::string("velmora-check-table ") + VelmoraVersion(),
                        "Print the version and exit");
   app.add_option("SCHEMA", options.schemas,
-                 "ZEM XML schema files to check; a folder: every *.xml file below it; -: one "
-                 "schema on standard input")
+                 "Files; a folder: its *.xml files, all levels; -: standard input")
       ->required()
-      ->type_name("SCHEMA");
+      ->type_name("");
   app.add_option("-t,--table", options.tables,
                  "Check this table (repeatable); default: all structs with a primary key")
       ->type_name("NAME")
