@@ -107,6 +107,14 @@ void AddMaxInputSizeOption(CLI::App& app, CheckOptions& options) {
       ->check(CLI::Validator(SizeError, ""));
 }
 
+// -f,--format FORMAT: the report's format, by name.
+void AddFormatOption(CLI::App& app, std::string& format_text) {
+  app.add_option("-f,--format", format_text,
+                 "Report format: text (default), json, sarif or github")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json", "sarif", "github"}));
+}
+
 // Why a --kind value is refused, or "" when it is accepted.
 std::string KindError(const std::string& text) {
   if (ParseTableKind(text)) return std::string();
@@ -232,10 +240,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
       app.add_option("--old", old_path,
                      "The schema before this change: only the arrays it adds are judged")
           ->type_name("OLD.xml");
-  app.add_option("-f,--format", format_text,
-                 "Report format: text (default), json, sarif or github")
-      ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json", "sarif", "github"}));
+  AddFormatOption(app, format_text);
   AddMaxInputSizeOption(app, options);
   AddRulesReferenceOptions(app, out);
 
