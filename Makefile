@@ -9,12 +9,16 @@ FUZZ_SECONDS ?= 60
 COVERAGE_LINE_FLOOR = 97
 COVERAGE_BRANCH_FLOOR = 92
 
-.PHONY: all deps configure build build-command run test tidy sanitize-test tsan-test fuzz coverage bench docs clean
+.PHONY: all deps test-deps configure build build-command run test tidy sanitize-test tsan-test fuzz coverage bench docs clean
 
 all: build
 
 deps:
 	@bash scripts/install-deps.sh
+
+# The tests also validate the SARIF reports, with a validator from npm.
+test-deps:
+	@bash scripts/install-deps.sh --with-sarif-validator
 
 configure: deps
 	cmake --preset default
@@ -28,7 +32,7 @@ build-command: configure
 run: build-command
 	./build/default/velmora-check-table $(EXAMPLE)
 
-test: build
+test: test-deps build
 	ctest --preset default -j $(JOBS)
 
 # clang-tidy (.clang-tidy: function size, naming) over every source file in src/, with the default
@@ -36,7 +40,7 @@ test: build
 tidy: configure
 	find src -name '*.cpp' | sort | xargs -P $(JOBS) -n 1 clang-tidy --quiet -p build/default
 
-sanitize-test: deps
+sanitize-test: test-deps
 	cmake --preset sanitize
 	cmake --build --preset sanitize -j $(JOBS)
 	ctest --preset sanitize -j $(JOBS)
@@ -53,7 +57,7 @@ fuzz: deps
 	bash fuzz/run.sh $(FUZZ_SECONDS)
 
 # Branches that only an exception or a compiler-generated path can take are not counted.
-coverage: deps
+coverage: test-deps
 	cmake --preset coverage
 	cmake --build --preset coverage -j $(JOBS)
 	find build/coverage -name '*.gcda' -delete

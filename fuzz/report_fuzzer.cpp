@@ -2,7 +2,8 @@
 // through every check as the command runs them (the input shape of fuzz_input.h), or, when the
 // options line holds the word "synthetic", a run made directly of the input's bytes, so that any
 // text at all (cut multi-byte characters, control bytes, stray quotes) reaches the writers. The
-// JSON report must parse and be valid UTF-8; the text report must end with its summary.
+// JSON and SARIF reports must parse and be valid UTF-8; the text report must end with its summary;
+// the GitHub report must be one workflow command per line.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -12,7 +13,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cli/annotations.h"
+#include "cli/github_report.h"
 #include "cli/report.h"
+#include "cli/sarif_report.h"
 #include "cli/run_checks.h"
 #include "cli/utf8.h"
 #include "fuzz_input.h"
@@ -175,6 +179,42 @@ void RequireTextReport(const CheckOptions& options, const SchemaRun& run) {
           text.compare(text.size() - summary.size(), summary.size(), summary) == 0);
 }
 
+// Every problem of the run, as the SARIF and GitHub reports count them.
+size_t AnnotationCount(const SchemaRun& run) {
+  size_t count = LoadAnnotationsOf(run).size();
+  for (const TableRun& table : run.tables) count += AnnotationsOf("s.xml", table).size();
+  return count;
+}
+
+void RequireSarifReport(const CheckOptions& options, const SchemaRun& run) {
+  std::ostringstream out;
+  SarifReport report(out);
+  report.AddSchema(options.schema_path, run);
+  report.Finish();
+  const std::string text = out.str();
+  Require(IsValidUtf8(text));
+  nlohmann::json json;
+  try {
+    json = nlohmann::json::parse(text);
+  } catch (const std::exception&) {
+    std::abort();
+  }
+  Require(json.at("runs").size() == 1);
+  Require(json.at("runs")[0].at("results").size() == AnnotationCount(run));
+}
+
+void RequireGithubReport(const CheckOptions& options, const SchemaRun& run) {
+  std::ostringstream out;
+  WriteGithubAnnotations(options.schema_path, run, out);
+  std::istringstream lines(out.str());
+  size_t count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    Require(line.rfind("::error file=", 0) == 0 || line.rfind("::warning file=", 0) == 0);
+    Require(line.find('\r') == std::string::npos);
+  }
+  Require(count == AnnotationCount(run));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -197,7 +237,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   RequireJsonReport(input.options, run);
   RequireTextReport(input.options, run);
-  for (const ReportFormat format : {ReportFormat::kText, ReportFormat::kJson}) {
+  RequireSarifReport(input.options, run);
+  RequireGithubReport(input.options, run);
+  for (const ReportFormat format : {ReportFormat::kText, ReportFormat::kJson,
+                                    ReportFormat::kSarif, ReportFormat::kGithub}) {
     input.options.format = format;
     std::ostringstream out;
     std::ostringstream err;

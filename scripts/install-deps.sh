@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs when they are missing. As root it runs apt-get;
 # otherwise it prints the one apt-get command to run and stops. On a system without Debian's
-# package tools it names what the build needs and stops.
+# package tools it names what the build needs and stops. With --with-sarif-validator it then
+# installs the SARIF validator the tests run (npm package @microsoft/sarif-multitool) into
+# build/tools of the source tree.
 set -euo pipefail
 
 # make and cmake drive the build; pkgconf, dpkg-dev (dpkg-shlibdeps) and file (which cpack asks
@@ -13,7 +15,7 @@ packages=(cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libtomlp
 
 if ! command -v dpkg-query >/dev/null 2>&1 || ! command -v apt-get >/dev/null 2>&1; then
   echo "This is not a Debian system (no dpkg-query or apt-get). The build needs these Debian" >&2
-  echo "packages, or your system's own packages of the same: ${packages[*]}" >&2
+  echo "packages, or your system's own packages of the same: ${packages[*]} npm" >&2
   exit 1
 fi
 
@@ -23,8 +25,36 @@ for pkg in "${packages[@]}"; do
     missing+=("$pkg")
   fi
 done
+# npm installs the SARIF validator; a machine may have it from another Node.js package than Debian's.
+if ! command -v npm >/dev/null 2>&1; then
+  missing+=(npm)
+fi
+
+SARIF_MULTITOOL_VERSION=5.7.0
+install_sarif_validator() {
+  local tools_dir
+  tools_dir="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build/tools"
+  local validator="$tools_dir/node_modules/.bin/sarif-multitool"
+  if [ ! -x "$validator" ]; then
+    echo "Installing the SARIF validator into $tools_dir"
+    mkdir -p "$tools_dir"
+    npm install --prefix "$tools_dir" --no-audit --no-fund --no-save \
+      "@microsoft/sarif-multitool@$SARIF_MULTITOOL_VERSION"
+  fi
+  # The validator is a .NET program; without ICU it runs with invariant globalization.
+  if ! DOTNET_SYSTEM_GLOBALIZATION_INVARIANT=1 "$validator" --version >/dev/null 2>&1; then
+    echo "The SARIF validator at $validator does not run" >&2
+    exit 1
+  fi
+}
+
+with_validator=false
+if [ "${1:-}" = "--with-sarif-validator" ]; then
+  with_validator=true
+fi
 
 if [ ${#missing[@]} -eq 0 ]; then
+  if $with_validator; then install_sarif_validator; fi
   exit 0
 fi
 
@@ -42,3 +72,4 @@ echo "Installing: ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -q
 apt-get install -y -q --no-install-recommends "${missing[@]}"
+if $with_validator; then install_sarif_validator; fi

@@ -91,6 +91,36 @@ TEST(CheckTableOptions, QuietStillSaysWhyASchemaCannotBeUsed) {
                             "type nor a struct or union defined earlier\n");
 }
 
+TEST(CheckTableOptions, QuietOnSeveralFilesLeavesOutTheLineForThemAll) {
+  const ScratchDir dir;
+  const std::string path = WriteMixedSchema(dir);
+  const CommandResult result = RunCheckTable({"-q", Fixture("tables.xml"), path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, path + ":7:38: error: " + kBadLine);
+  EXPECT_EQ(result.err, "");
+}
+
+// Under --strict a warning is a failure, so --quiet still shows it.
+TEST(CheckTableOptions, QuietStillShowsWarningsThatStrictMadeErrors) {
+  const ScratchDir dir;
+  const std::string path = WriteMixedSchema(dir);
+  const CommandResult result = RunCheckTable({"-q", "--strict", path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, path + ":3:39: error: unknown attribute 'colour' of <struct> is ignored "
+                               "[strict]\n" +
+                            path + ":7:38: error: " + kBadLine);
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(CheckTableOptions, StrictCountsTheWarningsOfSeveralFilesInTheLineForThemAll) {
+  const ScratchDir dir;
+  const std::string path = WriteMixedSchema(dir);
+  const CommandResult result = RunCheckTable({"--strict", Fixture("tables.xml"), path});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(Lines(result.out).back(),
+            "2 files, 7 tables checked, 1 failed, 1 warning is an error under --strict");
+}
+
 TEST(CheckTableOptions, QuietLeavesTheJsonReportWhole) {
   const std::string path = Fixture("tables.xml");
   EXPECT_EQ(RunCheckTable({"-q", "-f", "json", path}).out, RunCheckTable({"-f", "json", path}).out);

@@ -4,6 +4,7 @@
 #define VELMORA_CLI_FINDINGS_H_
 
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 // What a finding is about.
@@ -48,5 +49,24 @@ inline const char* FindingElementName(FindingElement element) {
   }
   return "struct";
 }
+
+// Tells which findings of a table a report shows: each once. Two checks that apply the same rule
+// (the table name rule of the attribute check and of the entry point) find the same failure at the
+// same place, and a reader wants it once. A hash of what was shown keeps this linear in the number
+// of findings, which can be one per field of a table of a million fields.
+class ShownOnce {
+ public:
+  // True the first time a finding of this place, name and message is offered.
+  bool First(const Finding& finding) {
+    std::string key = std::to_string(finding.line) + ':' + std::to_string(finding.column) + ':';
+    key += finding.name;
+    key += '\0';
+    key += finding.message;
+    return m_shown.insert(std::move(key)).second;
+  }
+
+ private:
+  std::unordered_set<std::string> m_shown;
+};
 
 #endif  // VELMORA_CLI_FINDINGS_H_

@@ -18,8 +18,10 @@
 namespace {
 
 const char* const kDescription =
-    "Checks the table definitions of a ZEM XML schema the way the Velmora table store does before\n"
-    "it creates or changes a table, and reports every table that the store would refuse.\n"
+    "Checks the table definitions of ZEM XML schemas the way the Velmora table store does before\n"
+    "it creates or changes a table, and reports every table that the store would refuse. Each\n"
+    "SCHEMA is a file, a folder (every *.xml file below it, in byte order of their paths) or -\n"
+    "(one schema on standard input); one that cannot be used does not stop the others.\n"
     "\n"
     "For each table (by default every struct that has a primary key, in file order), three checks\n"
     "run in turn, each on a fresh checker:\n"
@@ -39,14 +41,23 @@ const char* const kDescription =
 
 const char* const kFooter =
     "Reports:\n"
-    "  text  per failing table, one line per finding at the element at fault,\n"
-    "        FILE:LINE:COL: error: TABLE.NAME: REASON [CODE], with note: and help: lines under\n"
-    "        it (also: for what a later step finds); FILE:LINE: ok: TABLE (KIND) per passing\n"
-    "        table; then a summary line. Loader warnings and errors go to standard error; with\n"
-    "        --strict each warning is an error line FILE:LINE:COL: error: TEXT [strict]\n"
-    "        before the tables.\n"
-    "  json  one document: per table every check's result, code name, message, attribute\n"
-    "        parse results, log lines (priority, function, file, line, text) and findings.\n"
+    "  text    per failing table, one line per finding at the element at fault,\n"
+    "          FILE:LINE:COL: error: TABLE.NAME: REASON [CODE], with note: and help: lines\n"
+    "          under it (also: for what a later step finds); FILE:LINE: ok: TABLE (KIND) per\n"
+    "          passing table; then a summary line. Loader warnings and errors go to\n"
+    "          standard error; with --strict each warning is an error line\n"
+    "          FILE:LINE:COL: error: TEXT [strict] before the tables.\n"
+    "  json    one document: per table every check's result, code name, message, attribute\n"
+    "          parse results, log lines (priority, function, file, line, text) and findings.\n"
+    "  sarif   SARIF 2.1.0 for code scanning: a rule per result code, one result per finding\n"
+    "          at its line; loader warnings (load-warning) and errors (load-error) too.\n"
+    "  github  GitHub Actions workflow commands: ::error file=F,line=L,col=C,title=CODE::TEXT\n"
+    "          per finding, ::warning per loader warning; passing tables print nothing.\n"
+    "With several files or a folder, text and github list one schema after the other (text\n"
+    "ends with a line for them all), json is {\"format\": 1, \"files\": [each schema's document\n"
+    "without \"format\"], \"summary\": {\"files\", \"tables\", \"failed\"}} and sarif is one run\n"
+    "with every schema. --old goes with one schema only. With one file every report is that\n"
+    "file's alone.\n"
     "\n"
     "Config file:\n"
     "  .velmora-check.toml in the current folder or the nearest folder above it, up to the\n"
@@ -57,12 +68,15 @@ const char* const kFooter =
     "Exit status:\n"
     "  0  every table passed\n"
     "  1  at least one table failed, or with --strict the loader warned\n"
-    "  2  the options or a schema could not be used; nothing was checked\n"
+    "  2  the options or a schema could not be used, or the report could not be written (a\n"
+    "     reader that leaves early, as head does, gets no message)\n"
     "\n"
     "Examples:\n"
     "  velmora-check-table examples/game.xml\n"
     "  velmora-check-table -t player -t mail --server-version 3.40.0.193000 game.xml\n"
     "  velmora-check-table --old game-before.xml --format json game.xml\n"
+    "  velmora-check-table --format sarif schemas/ > velmora.sarif\n"
+    "  git show HEAD:game.xml | velmora-check-table --format github -\n"
     "  velmora-check-table --explain ERROR_INDEX_FIELD\n"
     "\n";
 
@@ -173,9 +187,10 @@ void AddVersionOptions(CLI::App& app, CheckOptions& options) {
 
 // What is checked: the tables, their kind, the versions and the schema before the change.
 void AddCheckOptions(CLI::App& app, CheckOptions& options, CommandLineTexts& texts) {
-  app.add_option("SCHEMA", options.schema_path, "The ZEM XML schema file to check")
+  app.add_option("SCHEMA", options.schemas,
+                 "Files; a folder: its *.xml files, all levels; -: standard input")
       ->required()
-      ->type_name("SCHEMA.xml");
+      ->type_name("");
   app.add_option("-t,--table", options.tables,
                  "Check this table (repeatable); default: all structs with a primary key")
       ->type_name("NAME")
@@ -198,9 +213,9 @@ void AddOutputOptions(CLI::App& app, CheckOptions& options, CommandLineTexts& te
   app.add_option_function<std::string>(
          "-f,--format",
          [&options](const std::string& text) { options.format = *ParseReportFormat(text); },
-         "Report format: text (default) or json")
+         "Report format: text (default), json, sarif or github")
       ->type_name("FORMAT")
-      ->check(CLI::IsMember({"text", "json"}));
+      ->check(CLI::IsMember({"text", "json", "sarif", "github"}));
   app.add_flag("--strict", options.strict,
                "Every loader warning is an error: listed at its place, exit status 1");
   app.add_flag("-q,--quiet", options.quiet,
@@ -297,6 +312,8 @@ std::optional<int> ParseTableKind(const std::string& text) {
 std::optional<ReportFormat> ParseReportFormat(const std::string& text) {
   if (text == "text") return ReportFormat::kText;
   if (text == "json") return ReportFormat::kJson;
+  if (text == "sarif") return ReportFormat::kSarif;
+  if (text == "github") return ReportFormat::kGithub;
   return std::nullopt;
 }
 
@@ -352,6 +369,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   if (app.get_option("--old")->count() > 0) options.old_schema_path = texts.old_path;
   options.color_report = UseColor(texts.color, STDOUT_FILENO);
   options.color_messages = UseColor(texts.color, STDERR_FILENO);
+  options.schema_path = options.schemas.front();
   parsed.run = true;
   return parsed;
 }

@@ -12,11 +12,13 @@
 
 #include "cli/color.h"
 
-enum class ReportFormat { kText, kJson };
+enum class ReportFormat { kText, kJson, kSarif, kGithub };
 
 // What the user asked for.
 struct CheckOptions {
-  std::string schema_path;
+  // The schemas named: files, folders searched for *.xml files, "-" for standard input.
+  std::vector<std::string> schemas;
+  std::string schema_path;  // the schema being checked, as reports name it
   std::vector<std::string> tables;  // empty: every struct with a primary key, in file order
   std::optional<int> kind;          // unset: derived from each table's attributes
   std::string server_version;

@@ -2,10 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <sstream>
 
 #include "cli/color.h"
+#include "cli/github_report.h"
+#include "cli/sarif_report.h"
 #include "cli/short_names.h"
 #include "cli/utf8.h"
 #include <velmora/check_table_error.h>
@@ -57,15 +58,10 @@ void WriteFailedTable(const std::string& schema_path, const TableRun& table,
                       const std::unordered_set<std::string>& long_names, bool colored,
                       std::ostream& out) {
   std::ostringstream body;
-  std::vector<const Finding*> shown;
+  ShownOnce shown;
   for (const CheckRun& check : table.checks) {
     for (const Finding& finding : check.findings) {
-      const bool repeated = std::any_of(shown.begin(), shown.end(), [&](const Finding* had) {
-        return had->line == finding.line && had->column == finding.column &&
-               had->name == finding.name && had->message == finding.message;
-      });
-      if (repeated) continue;
-      shown.push_back(&finding);
+      if (!shown.First(finding)) continue;
       WriteFinding(schema_path, table.table, finding, long_names, colored, body);
     }
   }
@@ -360,10 +356,22 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
 
 int WriteReport(const CheckOptions& options, const SchemaRun& run, std::ostream& out,
                 std::ostream& err) {
-  if (options.format == ReportFormat::kJson) {
-    WriteJsonReport(options, run, out);
-  } else {
-    WriteTextReport(options, run, out, err);
+  switch (options.format) {
+    case ReportFormat::kJson:
+      WriteJsonReport(options, run, out);
+      break;
+    case ReportFormat::kSarif: {
+      SarifReport sarif(out);
+      sarif.AddSchema(options.schema_path, run);
+      sarif.Finish();
+      break;
+    }
+    case ReportFormat::kGithub:
+      WriteGithubAnnotations(options.schema_path, run, out);
+      break;
+    case ReportFormat::kText:
+      WriteTextReport(options, run, out, err);
+      break;
   }
   return ExitStatusFor(run);
 }

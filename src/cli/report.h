@@ -1,5 +1,6 @@
-// The reports of velmora-check-table: text for a person (compiler-style lines that editors and CI
-// understand) and JSON for programs.
+// The reports of velmora-check-table on one schema: text for a person (compiler-style lines that
+// editors and CI understand), JSON for programs, SARIF for code scanning and GitHub workflow
+// commands.
 #ifndef VELMORA_CLI_REPORT_H_
 #define VELMORA_CLI_REPORT_H_
 

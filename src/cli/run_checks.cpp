@@ -231,29 +231,18 @@ void SetLoadError(const std::string& path, const ZemLoadResult& loaded, SchemaRu
   }
 }
 
-}  // namespace
-
-const char* CheckName(CheckKind check) {
-  switch (check) {
-    case CheckKind::kTableType:
-      return "CheckTableTypeByCustomAttr";
-    case CheckKind::kTable:
-      return "VelmoraCheckTable";
-    case CheckKind::kCountRefer:
-      return "CheckWhetherCountWithRefer";
-    case CheckKind::kNewCountRefer:
-      return "CheckWhetherNewEntryCountWithRefer";
-  }
-  return "";
-}
-
-SchemaRun RunChecks(const CheckOptions& options) {
-  SchemaRun run;
-  run.strict = options.strict;
+ZemLoadOptions LoadOptionsFor(const CheckOptions& options) {
   ZemLoadOptions load_options;
   load_options.max_input_bytes = options.max_input_bytes;
   load_options.max_input_setting = "--max-input-size";
-  ZemLoadResult schema = ZemLoadXmlFile(options.schema_path, load_options);
+  return load_options;
+}
+
+// Loads the old schema when there is one, then checks the tables of the schema.
+SchemaRun CheckLoadedSchema(const CheckOptions& options, ZemLoadResult schema) {
+  SchemaRun run;
+  run.strict = options.strict;
+  const ZemLoadOptions load_options = LoadOptionsFor(options);
   AppendWarnings(schema, run.warnings);
   if (!schema.ok || !schema.metalib) {
     SetLoadError(options.schema_path, schema, run);
@@ -278,6 +267,42 @@ SchemaRun RunChecks(const CheckOptions& options) {
     run.tables.push_back(CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(),
                                        table, options, places));
   }
+  return run;
+}
+
+}  // namespace
+
+const char* CheckName(CheckKind check) {
+  switch (check) {
+    case CheckKind::kTableType:
+      return "CheckTableTypeByCustomAttr";
+    case CheckKind::kTable:
+      return "VelmoraCheckTable";
+    case CheckKind::kCountRefer:
+      return "CheckWhetherCountWithRefer";
+    case CheckKind::kNewCountRefer:
+      return "CheckWhetherNewEntryCountWithRefer";
+  }
+  return "";
+}
+
+SchemaRun RunChecks(const CheckOptions& options) {
+  return CheckLoadedSchema(options, ZemLoadXmlFile(options.schema_path, LoadOptionsFor(options)));
+}
+
+SchemaRun RunChecksOnText(const CheckOptions& options, const std::string& text) {
+  return CheckLoadedSchema(options,
+                           ZemLoadXmlText(options.schema_path, text, LoadOptionsFor(options)));
+}
+
+SchemaRun UnusableSchemaRun(const CheckOptions& options, const std::string& path,
+                            const std::string& reason) {
+  SchemaRun run;
+  run.strict = options.strict;
+  run.error_schema = path;
+  run.error.file = path;
+  run.error.text = reason;
+  run.errors.push_back(run.error);
   return run;
 }
 

@@ -67,6 +67,14 @@ const char* CheckName(CheckKind check);
 // check and is returned in the result.
 SchemaRun RunChecks(const CheckOptions& options);
 
+// The same on schema text already read (standard input); options.schema_path names it in messages.
+SchemaRun RunChecksOnText(const CheckOptions& options, const std::string& text);
+
+// A run that checked nothing because the schema at path could not be used: the reason is its only
+// load error.
+SchemaRun UnusableSchemaRun(const CheckOptions& options, const std::string& path,
+                            const std::string& reason);
+
 // 0 when every table passed, 1 when one failed or a strict run has warnings, 2 when a schema
 // could not be loaded.
 int ExitStatusFor(const SchemaRun& run);

@@ -26,7 +26,7 @@ system_with() {
 }
 
 packages="cmake make g++ libpugixml-dev nlohmann-json3-dev libcli11-dev libtomlplusplus-dev \
-libgtest-dev libgmock-dev libbenchmark-dev pkgconf dpkg-dev file clang-tidy clang libclang-rt-dev gcovr"
+libgtest-dev libgmock-dev libbenchmark-dev pkgconf dpkg-dev file clang-tidy clang libclang-rt-dev gcovr npm"
 
 # A user on a Debian system without sudo.
 path=$(system_with user id dpkg-query apt-get)
