@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "cli/findings.h"
 #include "cli/options.h"
 #include <velmora/wlog.h>
 #include <velmora/zem_xml_loader.h>
@@ -34,6 +35,9 @@ struct CheckRun {
   std::string report;           // strResult of a count/refer check
   std::vector<WlogRecord> log;  // every line the check wrote, in order
   bool passed = false;
+  // Each failure at its place: what the check reported, then what its later steps find when run
+  // on their own (marked also).
+  std::vector<Finding> findings;
 };
 
 struct TableRun {
@@ -47,7 +51,8 @@ struct TableRun {
 struct SchemaRun {
   bool loaded = false;
   std::string error_schema;              // the schema file that could not be loaded
-  ZemLoadMessage error;                  // its load error, when not loaded
+  ZemLoadMessage error;                  // its first load error, when not loaded
+  std::vector<ZemLoadMessage> errors;    // every load error of that schema, the first included
   std::vector<ZemLoadMessage> warnings;  // of the schema, then of the old schema
   std::vector<TableRun> tables;
   // The schema's names longer than the text report shows whole, which findings may quote.
