@@ -13,14 +13,21 @@ namespace {
 // The data protocol out-parameter: room for the longest protocol name and then some.
 constexpr size_t kDataProtocolSize = 16;
 
-// Each check writes into a category of its own, which keeps every line at every priority.
-using CheckLog = WlogMemoryCategory;
+// Each check writes into a category of its own. The JSON report lists every line at every
+// priority; the text report shows only error lines, so only those are kept for it, and the
+// others are refused before they are formatted.
+class CheckLog : public WlogMemoryCategory {
+ public:
+  explicit CheckLog(const CheckOptions& options)
+      : WlogMemoryCategory(options.format == ReportFormat::kText ? WLOG_PRIORITY_ERROR
+                                                                 : WLOG_PRIORITY_UNKNOWN) {}
+};
 
 CheckRun RunTableTypeCheck(LPZEMMETALIB metalib, const std::string& table,
                            const CheckOptions& options) {
   CheckRun run;
   run.check = CheckKind::kTableType;
-  CheckLog log;
+  CheckLog log(options);
   CheckTable checker(options.server_version);
   char data_protocol[kDataProtocolSize] = {};
   run.result = checker.CheckTableTypeByCustomAttr(
@@ -49,7 +56,7 @@ CheckRun RunTableCheck(LPZEMMETALIB metalib, const std::string& table, int kind,
   CheckRun run;
   run.check = CheckKind::kTable;
   run.kind = kind;
-  CheckLog log;
+  CheckLog log(options);
   CheckTable checker;
   run.result =
       checker.VelmoraCheckTable(metalib, table.c_str(), kind, log.handle(), options.server_version,
@@ -62,9 +69,9 @@ CheckRun RunTableCheck(LPZEMMETALIB metalib, const std::string& table, int kind,
 
 // The refer check: on the whole table, or, when the old schema had this table, only on what the
 // change adds, so that arrays already in use are not judged again.
-CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta) {
+CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta, const CheckOptions& options) {
   CheckRun run;
-  CheckLog log;
+  CheckLog log(options);
   CheckTable checker;
   if (old_meta != nullptr) {
     run.check = CheckKind::kNewCountRefer;
@@ -139,7 +146,7 @@ TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALI
   if (meta != nullptr) {
     LPZEMMETA old_meta =
         old_metalib != nullptr ? zem_get_meta_by_name(old_metalib, table.c_str()) : nullptr;
-    run.checks.push_back(RunCountReferCheck(meta, old_meta));
+    run.checks.push_back(RunCountReferCheck(meta, old_meta, options));
   }
 
   run.ok = true;
