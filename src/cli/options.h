@@ -24,6 +24,7 @@ struct CheckOptions {
   std::optional<std::string> old_schema_path;
   ReportFormat format = ReportFormat::kText;
   uint64_t max_input_bytes = ZEM_DEFAULT_MAX_INPUT_BYTES;  // of each schema file
+  unsigned jobs = 0;  // tables checked at once; 0: one per processor core
 };
 
 // The outcome of reading the command line: either options to run with, or an exit status after

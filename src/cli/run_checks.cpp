@@ -1,9 +1,14 @@
 #include "cli/run_checks.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <exception>
+#include <mutex>
+#include <thread>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include <velmora/check_table.h>
 #include "cli/short_names.h"
@@ -154,6 +159,39 @@ TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALI
   return run;
 }
 
+// How many workers check tables: the user's number, or one per processor core.
+unsigned WorkerCount(const CheckOptions& options) {
+  if (options.jobs > 0) return options.jobs;
+  return std::max(1U, std::thread::hardware_concurrency());
+}
+
+// Calls work(0) .. work(count - 1), each once, on up to `workers` threads, the calling thread
+// among them. The first exception a call throws is thrown again once every thread has stopped.
+template <typename Work>
+void ForEachOnWorkers(size_t count, unsigned workers, const Work& work) {
+  std::atomic<size_t> next{0};
+  std::atomic<bool> failed{false};
+  std::exception_ptr error;
+  std::mutex error_mutex;
+  auto drain = [&]() {
+    for (size_t i = next++; i < count && !failed; i = next++) {
+      try {
+        work(i);
+      } catch (...) {
+        const std::lock_guard<std::mutex> lock(error_mutex);
+        if (!error) error = std::current_exception();
+        failed = true;
+      }
+    }
+  };
+  std::vector<std::thread> threads;
+  const size_t extra = std::min<size_t>(workers, count) - (count > 0 ? 1 : 0);
+  for (size_t w = 0; w < extra; ++w) threads.emplace_back(drain);
+  drain();
+  for (std::thread& thread : threads) thread.join();
+  if (error) std::rethrow_exception(error);
+}
+
 void AppendWarnings(const ZemLoadResult& loaded, std::vector<ZemLoadMessage>& warnings) {
   warnings.insert(warnings.end(), loaded.warnings.begin(), loaded.warnings.end());
 }
@@ -206,10 +244,14 @@ SchemaRun RunChecks(const CheckOptions& options) {
   run.loaded = true;
   run.long_names = LongNamesOf(schema.metalib.get());
   const MetaLines lines = LinesOfMetas(schema);
-  for (const std::string& table : TablesToCheck(schema, options)) {
-    run.tables.push_back(
-        CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(), table, options));
-  }
+  const std::vector<std::string> tables = TablesToCheck(schema, options);
+  // Each table's run has its own slot, so the report lists them in this order whatever the
+  // order the workers finish in; the metalibs are only read.
+  run.tables.resize(tables.size());
+  ForEachOnWorkers(tables.size(), WorkerCount(options), [&](size_t t) {
+    run.tables[t] =
+        CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(), tables[t], options);
+  });
   return run;
 }
 
