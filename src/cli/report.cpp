@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "cli/json_stream.h"
 #include "cli/short_names.h"
 #include "cli/utf8.h"
 #include <velmora/check_table_error.h>
@@ -67,49 +68,73 @@ void WriteFailedTable(const std::string& place, const TableRun& table,
 
 Json TextJson(const std::string& text) { return Json(ToValidUtf8(text)); }
 
-Json CodeJson(int result) {
-  const char* name = CheckResultName(result);
-  return name != nullptr ? Json(name) : Json(nullptr);
-}
-
-Json LogJson(const std::vector<WlogRecord>& lines) {
-  Json log = Json::array();
+void WriteLogJson(const std::vector<WlogRecord>& lines, JsonStream& json) {
+  json.BeginArray();
   for (const WlogRecord& line : lines) {
-    Json entry;
-    entry["priority"] = line.priority;
-    entry["function"] = TextJson(line.function);
-    entry["file"] = TextJson(line.file);
-    entry["line"] = line.line;
-    entry["text"] = TextJson(line.text);
-    log.push_back(std::move(entry));
+    json.BeginObject();
+    json.Key("priority");
+    json.Number(line.priority);
+    json.Key("function");
+    json.String(ToValidUtf8(line.function));
+    json.Key("file");
+    json.String(ToValidUtf8(line.file));
+    json.Key("line");
+    json.Number(line.line);
+    json.Key("text");
+    json.String(ToValidUtf8(line.text));
+    json.EndObject();
   }
-  return log;
+  json.EndArray();
 }
 
-Json CheckJson(const CheckRun& check) {
-  Json json;
-  json["check"] = CheckName(check.check);
-  if (check.check == CheckKind::kTable) json["kind"] = check.kind;
-  json["result"] = check.result;
-  json["code"] = CodeJson(check.result);
-  json["message"] = TextJson(check.message);
+// What only some checks report: the table type check's attributes, a count/refer check's list.
+void WriteCheckDetailsJson(const CheckRun& check, JsonStream& json) {
   switch (check.check) {
     case CheckKind::kTableType:
-      json["table_type"] = check.table_type;
-      json["list_num"] = check.list_num;
-      json["sort_field_num"] = check.sort_field_num;
-      json["sort_rule"] = check.sort_rule;
-      json["data_protocol"] = TextJson(check.data_protocol);
+      json.Key("table_type");
+      json.Number(check.table_type);
+      json.Key("list_num");
+      json.Number(check.list_num);
+      json.Key("sort_field_num");
+      json.Number(check.sort_field_num);
+      json.Key("sort_rule");
+      json.Number(check.sort_rule);
+      json.Key("data_protocol");
+      json.String(ToValidUtf8(check.data_protocol));
       break;
     case CheckKind::kCountRefer:
     case CheckKind::kNewCountRefer:
-      json["report"] = TextJson(check.report);
+      json.Key("report");
+      json.String(ToValidUtf8(check.report));
       break;
     case CheckKind::kTable:
       break;
   }
-  json["log"] = LogJson(check.log);
-  return json;
+}
+
+void WriteCheckJson(const CheckRun& check, JsonStream& json) {
+  json.BeginObject();
+  json.Key("check");
+  json.String(CheckName(check.check));
+  if (check.check == CheckKind::kTable) {
+    json.Key("kind");
+    json.Number(check.kind);
+  }
+  json.Key("result");
+  json.Number(check.result);
+  json.Key("code");
+  const char* code = CheckResultName(check.result);
+  if (code != nullptr) {
+    json.String(code);
+  } else {
+    json.Null();
+  }
+  json.Key("message");
+  json.String(ToValidUtf8(check.message));
+  WriteCheckDetailsJson(check, json);
+  json.Key("log");
+  WriteLogJson(check.log, json);
+  json.EndObject();
 }
 
 // A position of 0 means the message has none (a file that cannot be read).
@@ -130,15 +155,25 @@ Json WarningsJson(const std::vector<ZemLoadMessage>& warnings) {
   return json;
 }
 
-Json TableJson(const TableRun& table) {
-  Json json;
-  json["table"] = TextJson(table.table);
-  json["line"] = table.line ? Json(*table.line) : Json(nullptr);
-  json["ok"] = table.ok;
-  Json checks = Json::array();
-  for (const CheckRun& check : table.checks) checks.push_back(CheckJson(check));
-  json["checks"] = std::move(checks);
-  return json;
+// A table and its checks, written as they are read, at the depth of the tables' list.
+void WriteTableJson(const TableRun& table, std::ostream& out) {
+  JsonStream json(out, 2);
+  json.BeginObject();
+  json.Key("table");
+  json.String(ToValidUtf8(table.table));
+  json.Key("line");
+  if (table.line) {
+    json.Number(*table.line);
+  } else {
+    json.Null();
+  }
+  json.Key("ok");
+  json.Bool(table.ok);
+  json.Key("checks");
+  json.BeginArray();
+  for (const CheckRun& check : table.checks) WriteCheckJson(check, json);
+  json.EndArray();
+  json.EndObject();
 }
 
 // Writes a value as it stands at this depth of an indented document: its inner lines are indented
@@ -219,8 +254,8 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
     return;
   }
 
-  // The document is written one table at a time, so that a schema of thousands of tables never
-  // stands in memory as one JSON tree.
+  // The document is written one table at a time, each as it is read, so that no part of it
+  // stands in memory as a JSON tree.
   out << "{\n  \"format\": 1,\n  \"schema\": ";
   WriteIndented(TextJson(options.schema_path), 1, out);
   out << ",\n  \"tables\": [";
@@ -228,7 +263,7 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   for (size_t i = 0; i < run.tables.size(); ++i) {
     if (!run.tables[i].ok) ++failed;
     out << (i == 0 ? "\n    " : ",\n    ");
-    WriteIndented(TableJson(run.tables[i]), 2, out);
+    WriteTableJson(run.tables[i], out);
   }
   out << (run.tables.empty() ? "]" : "\n  ]");
   Json summary;

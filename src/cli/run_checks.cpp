@@ -1,10 +1,7 @@
 #include "cli/run_checks.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
-#include <exception>
-#include <mutex>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -12,6 +9,7 @@
 
 #include <velmora/check_table.h>
 #include "cli/short_names.h"
+#include "cli/workers.h"
 
 namespace {
 
@@ -163,33 +161,6 @@ TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALI
 unsigned WorkerCount(const CheckOptions& options) {
   if (options.jobs > 0) return options.jobs;
   return std::max(1U, std::thread::hardware_concurrency());
-}
-
-// Calls work(0) .. work(count - 1), each once, on up to `workers` threads, the calling thread
-// among them. The first exception a call throws is thrown again once every thread has stopped.
-template <typename Work>
-void ForEachOnWorkers(size_t count, unsigned workers, const Work& work) {
-  std::atomic<size_t> next{0};
-  std::atomic<bool> failed{false};
-  std::exception_ptr error;
-  std::mutex error_mutex;
-  auto drain = [&]() {
-    for (size_t i = next++; i < count && !failed; i = next++) {
-      try {
-        work(i);
-      } catch (...) {
-        const std::lock_guard<std::mutex> lock(error_mutex);
-        if (!error) error = std::current_exception();
-        failed = true;
-      }
-    }
-  };
-  std::vector<std::thread> threads;
-  const size_t extra = std::min<size_t>(workers, count) - (count > 0 ? 1 : 0);
-  for (size_t w = 0; w < extra; ++w) threads.emplace_back(drain);
-  drain();
-  for (std::thread& thread : threads) thread.join();
-  if (error) std::rethrow_exception(error);
 }
 
 void AppendWarnings(const ZemLoadResult& loaded, std::vector<ZemLoadMessage>& warnings) {
