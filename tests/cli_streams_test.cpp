@@ -96,10 +96,13 @@ TEST(JsonStream, EscapesQuotesBackslashesAndControlCharacters) {
   stream.Key("empty");
   stream.BeginArray();
   stream.EndArray();
+  stream.Key("not utf-8");
+  stream.String("a\xff\xc3");
   stream.EndObject();
   EXPECT_EQ(out.str(),
             "{\n    \"text\": \"a\\\"b\\\\c\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\xc3\xa9\",\n"
-            "    \"empty\": []\n  }");
+            "    \"empty\": [],\n"
+            "    \"not utf-8\": \"a\xef\xbf\xbd\xef\xbf\xbd\"\n  }");
 }
 
 TEST(Workers, CallsEveryItemOnceWhateverTheWorkerCount) {

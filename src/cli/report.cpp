@@ -75,13 +75,13 @@ void WriteLogJson(const std::vector<WlogRecord>& lines, JsonStream& json) {
     json.Key("priority");
     json.Number(line.priority);
     json.Key("function");
-    json.String(ToValidUtf8(line.function));
+    json.String(line.function);
     json.Key("file");
-    json.String(ToValidUtf8(line.file));
+    json.String(line.file);
     json.Key("line");
     json.Number(line.line);
     json.Key("text");
-    json.String(ToValidUtf8(line.text));
+    json.String(line.text);
     json.EndObject();
   }
   json.EndArray();
@@ -100,12 +100,12 @@ void WriteCheckDetailsJson(const CheckRun& check, JsonStream& json) {
       json.Key("sort_rule");
       json.Number(check.sort_rule);
       json.Key("data_protocol");
-      json.String(ToValidUtf8(check.data_protocol));
+      json.String(check.data_protocol);
       break;
     case CheckKind::kCountRefer:
     case CheckKind::kNewCountRefer:
       json.Key("report");
-      json.String(ToValidUtf8(check.report));
+      json.String(check.report);
       break;
     case CheckKind::kTable:
       break;
@@ -130,7 +130,7 @@ void WriteCheckJson(const CheckRun& check, JsonStream& json) {
     json.Null();
   }
   json.Key("message");
-  json.String(ToValidUtf8(check.message));
+  json.String(check.message);
   WriteCheckDetailsJson(check, json);
   json.Key("log");
   WriteLogJson(check.log, json);
@@ -160,7 +160,7 @@ void WriteTableJson(const TableRun& table, std::ostream& out) {
   JsonStream json(out, 2);
   json.BeginObject();
   json.Key("table");
-  json.String(ToValidUtf8(table.table));
+  json.String(table.table);
   json.Key("line");
   if (table.line) {
     json.Number(*table.line);
