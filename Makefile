@@ -73,6 +73,7 @@ bench: deps
 	cmake --build --preset bench -j $(JOBS)
 	./build/bench/bench/velmora_bench
 	./build/bench/bench/velmora_scaling
+	./build/bench/bench/velmora_near_parser
 
 # docs/rules.md is the command's own --explain of every code it lists; a test keeps them equal.
 docs: build

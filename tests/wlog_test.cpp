@@ -268,6 +268,20 @@ TEST(WlogMemorySink, AcceptsUpToItsLeastSeverePriority) {
   EXPECT_FALSE(errors.Accepts(WLOG_PRIORITY_WARN));
 }
 
+TEST(WlogMemoryCategory, BoundedCategoryRefusesLessSevereLines) {
+  WlogMemoryCategory errors(WLOG_PRIORITY_ERROR);
+  EXPECT_EQ(wlog_category_can_write(errors.handle(), WLOG_PRIORITY_INFO, 0, 0), 0);
+  EXPECT_EQ(wlog_category_can_write(errors.handle(), WLOG_PRIORITY_WARN, 0, 0), 0);
+  EXPECT_EQ(wlog_category_can_write(errors.handle(), WLOG_PRIORITY_ERROR, 0, 0), 1);
+  EXPECT_EQ(wlog_category_can_write(errors.handle(), WLOG_PRIORITY_FATAL, 0, 0), 1);
+  const WLOGLOCINFO loc{"a.cpp", 1, "A", nullptr};
+  WLOGEVENT error = EventAt(WLOG_PRIORITY_ERROR, &loc);
+  wlog_category_logv(errors.handle(), &error, "error %d", 2);
+  EXPECT_THAT(errors.lines(), ElementsAre(LogLineIs(300, "error 2", "A")));
+  WlogMemoryCategory every;
+  EXPECT_EQ(wlog_category_can_write(every.handle(), WLOG_PRIORITY_INFO, 0, 0), 1);
+}
+
 TEST(WlogStreamSink, WritesPriorityLocationAndText) {
   std::ostringstream out;
   WlogStreamSink sink(out, WLOG_PRIORITY_INFO);

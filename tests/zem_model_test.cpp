@@ -602,6 +602,38 @@ TEST(ZemBuilderOverrides, RepeatedIndexColumnsAreKept) {
   EXPECT_EQ(zem_index_column(t, index, 0)->ptrEntry, zem_index_column(t, index, 1)->ptrEntry);
 }
 
+TEST(ZemBuilderOverrides, IndexColumnsGivenAsEntryPositions) {
+  ZemMetaDef meta = Table("t", {Field("k"), Field("j"), Field("v")}, {"k", "j"});
+  ZemIndexDef index_def;
+  index_def.name = "by_position";
+  index_def.column_entries = {1, 0, 1};
+  meta.indexes = {index_def};
+  auto lib = BuildLib({meta});
+  ASSERT_NE(lib, nullptr);
+  LPZEMMETA t = zem_get_meta_by_name(lib.get(), "t");
+  LPZEMMETAINDEX index = zem_meta_index(t, 0);
+  ASSERT_EQ(index->iColumnNum, 3);
+  auto column_name = [&](int j) {
+    return std::string(zem_get_entry_name(zem_meta_entry_at(t, zem_index_column(t, index, j)->ptrEntry)));
+  };
+  EXPECT_EQ(column_name(0), "j");
+  EXPECT_EQ(column_name(1), "k");
+  EXPECT_EQ(column_name(2), "j");
+}
+
+TEST(ZemBuilderOverrides, IndexColumnPositionOutsideTheEntriesIsRefused) {
+  for (const int position : {-1, 3}) {
+    ZemMetaDef meta = Table("t", {Field("k"), Field("j"), Field("v")}, {"k"});
+    ZemIndexDef index_def;
+    index_def.name = "bad";
+    index_def.column_entries = {0, position};
+    meta.indexes = {index_def};
+    std::string error;
+    EXPECT_EQ(BuildOrNull({meta}, &error), nullptr);
+    EXPECT_EQ(error, "meta 't': index 'bad' column " + std::to_string(position) + " names no entry");
+  }
+}
+
 TEST(ZemBuilderOverrides, SplitKeyTextThatNamesNothingStillDeclaresAKey) {
   ZemMetaDef meta = Table("t", {Field("k"), Field("v")}, {"k"});
   meta.split_table_key = "nosuch,k";

@@ -317,13 +317,14 @@ std::vector<ZemTextPosition> CountedPositions(const std::string& text) {
 
 TEST(ZemXmlLimits, PositionsAreExactOnLongLinesAndManyLines) {
   std::mt19937 rng(5);
-  const char* const pieces[] = {"a", "\n", "\n\n\n", "\xe4\xb8\xad", "bcdefgh", "\xc3\xa9"};
+  const char* const pieces[] = {"a",       "\n",      "\n\n\n",          "\xe4\xb8\xad",
+                                "bcdefgh", "\xc3\xa9", "\x0b\t\r\x0b", "\xf0\x9f\x98\x80"};
   for (int round = 0; round < 6; ++round) {
     std::string text;
     // Some texts of one long line, others of many short ones, across many 4096-byte blocks.
     const size_t target = 1000 + rng() % 40000;
     while (text.size() < target) {
-      const unsigned pick = rng() % 6;
+      const unsigned pick = rng() % 8;
       if (round % 2 == 0 && (pick == 1 || pick == 2) && rng() % 50 != 0) continue;
       text += pieces[pick];
     }

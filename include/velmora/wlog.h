@@ -172,10 +172,13 @@ inline tagWLogCategoryInst WlogCategoryFor(WlogSink* sink) {
   return category;
 }
 
-// A category together with the memory sink it writes to: every line at every priority is kept.
+// A category together with the memory sink it writes to: every line at every priority is kept,
+// or, given a priority, the lines of that priority and more severe ones.
 class WlogMemoryCategory {
  public:
   WlogMemoryCategory() : m_category(WlogCategoryFor(&m_sink)) {}
+  explicit WlogMemoryCategory(int max_priority)
+      : m_sink(max_priority), m_category(WlogCategoryFor(&m_sink)) {}
   WlogMemoryCategory(const WlogMemoryCategory&) = delete;
   WlogMemoryCategory& operator=(const WlogMemoryCategory&) = delete;
 

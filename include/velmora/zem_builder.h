@@ -32,6 +32,9 @@ struct ZemEntryDef {
 struct ZemIndexDef {
   std::string name;
   std::vector<std::string> columns;  // entry names, repeats kept
+  // The columns as positions in the meta's entries, repeats kept, for a caller that has resolved
+  // the names already (the XML loader): no copy of each name. Read only when columns is empty.
+  std::vector<int32_t> column_entries = {};
 };
 
 struct ZemMetaDef {

@@ -17,6 +17,9 @@
 
 namespace {
 
+// The most tables checked at once: far more threads than any machine has cores would only cost.
+constexpr unsigned kMaxJobs = 1024;
+
 const char* const kDescription =
     "Checks the table definitions of ZEM XML schemas the way the Velmora table store does before\n"
     "it creates or changes a table, and reports every table that the store would refuse. Each\n"
@@ -119,6 +122,15 @@ void AddMaxInputSizeOption(CLI::App& app, CheckOptions& options) {
              FormatZemByteSize(ZEM_DEFAULT_MAX_INPUT_BYTES))
       ->type_name("SIZE")
       ->check(CLI::Validator(SizeError, ""));
+}
+
+// --jobs N: how many tables are checked at once.
+void AddJobsOption(CLI::App& app, CheckOptions& options) {
+  app.add_option("--jobs", options.jobs,
+                 "Tables checked at once, from 1 to " + std::to_string(kMaxJobs) +
+                     "; default: one per core")
+      ->type_name("N")
+      ->check(CLI::Range(1U, kMaxJobs).description(""));
 }
 
 // Why a --kind value is refused, or "" when it is accepted.
@@ -350,6 +362,7 @@ ParsedCommandLine ParseCommandLine(int argc, const char* const* argv, std::ostre
   AddCheckOptions(app, options, texts);
   AddOutputOptions(app, options, texts);
   AddMaxInputSizeOption(app, options);
+  AddJobsOption(app, options);
   AddRulesReferenceOptions(app, out);
 
   try {

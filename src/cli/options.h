@@ -32,6 +32,7 @@ struct CheckOptions {
   bool quiet = false;          // the text report shows failures only
   bool color_report = false;   // the report on standard output is coloured
   bool color_messages = false;  // the loader's messages on standard error are coloured
+  unsigned jobs = 0;  // tables checked at once; 0: one per processor core
 };
 
 // The outcome of reading the command line: either options to run with, or an exit status after

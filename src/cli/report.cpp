@@ -6,6 +6,7 @@
 
 #include "cli/color.h"
 #include "cli/github_report.h"
+#include "cli/json_stream.h"
 #include "cli/sarif_report.h"
 #include "cli/short_names.h"
 #include "cli/utf8.h"
@@ -70,75 +71,119 @@ void WriteFailedTable(const std::string& schema_path, const TableRun& table,
 
 Json TextJson(const std::string& text) { return Json(ToValidUtf8(text)); }
 
-Json CodeJson(int result) {
-  const char* name = CheckResultName(result);
-  return name != nullptr ? Json(name) : Json(nullptr);
-}
-
-Json LogJson(const std::vector<WlogRecord>& lines) {
-  Json log = Json::array();
-  for (const WlogRecord& line : lines) {
-    Json entry;
-    entry["priority"] = line.priority;
-    entry["function"] = TextJson(line.function);
-    entry["file"] = TextJson(line.file);
-    entry["line"] = line.line;
-    entry["text"] = TextJson(line.text);
-    log.push_back(std::move(entry));
-  }
-  return log;
-}
-
 // A position of 0 means the message has none (a file that cannot be read).
 Json PositionJson(int position) { return position > 0 ? Json(position) : Json(nullptr); }
 
-Json FindingsJson(const std::vector<Finding>& findings) {
-  Json json = Json::array();
-  for (const Finding& finding : findings) {
-    Json entry;
-    entry["line"] = PositionJson(finding.line);
-    entry["column"] = PositionJson(finding.column);
-    entry["element"] = FindingElementName(finding.element);
-    entry["name"] = TextJson(finding.name);
-    entry["message"] = TextJson(finding.message);
-    entry["code"] = TextJson(finding.code);
-    if (finding.also) entry["also"] = true;
-    if (!finding.notes.empty()) {
-      Json notes = Json::array();
-      for (const std::string& note : finding.notes) notes.push_back(TextJson(note));
-      entry["notes"] = std::move(notes);
-    }
-    if (!finding.help.empty()) entry["help"] = TextJson(finding.help);
-    json.push_back(std::move(entry));
+void WritePositionJson(int position, JsonStream& json) {
+  if (position > 0) {
+    json.Number(position);
+  } else {
+    json.Null();
   }
-  return json;
 }
 
-Json CheckJson(const CheckRun& check) {
-  Json json;
-  json["check"] = CheckName(check.check);
-  if (check.check == CheckKind::kTable) json["kind"] = check.kind;
-  json["result"] = check.result;
-  json["code"] = CodeJson(check.result);
-  json["message"] = TextJson(check.message);
+void WriteLogJson(const std::vector<WlogRecord>& lines, JsonStream& json) {
+  json.BeginArray();
+  for (const WlogRecord& line : lines) {
+    json.BeginObject();
+    json.Key("priority");
+    json.Number(line.priority);
+    json.Key("function");
+    json.String(line.function);
+    json.Key("file");
+    json.String(line.file);
+    json.Key("line");
+    json.Number(line.line);
+    json.Key("text");
+    json.String(line.text);
+    json.EndObject();
+  }
+  json.EndArray();
+}
+
+void WriteFindingJson(const Finding& finding, JsonStream& json) {
+  json.BeginObject();
+  json.Key("line");
+  WritePositionJson(finding.line, json);
+  json.Key("column");
+  WritePositionJson(finding.column, json);
+  json.Key("element");
+  json.String(FindingElementName(finding.element));
+  json.Key("name");
+  json.String(finding.name);
+  json.Key("message");
+  json.String(finding.message);
+  json.Key("code");
+  json.String(finding.code);
+  if (finding.also) {
+    json.Key("also");
+    json.Bool(true);
+  }
+  if (!finding.notes.empty()) {
+    json.Key("notes");
+    json.BeginArray();
+    for (const std::string& note : finding.notes) json.String(note);
+    json.EndArray();
+  }
+  if (!finding.help.empty()) {
+    json.Key("help");
+    json.String(finding.help);
+  }
+  json.EndObject();
+}
+
+// What only some checks report: the table type check's attributes, a count/refer check's list.
+void WriteCheckDetailsJson(const CheckRun& check, JsonStream& json) {
   switch (check.check) {
     case CheckKind::kTableType:
-      json["table_type"] = check.table_type;
-      json["list_num"] = check.list_num;
-      json["sort_field_num"] = check.sort_field_num;
-      json["sort_rule"] = check.sort_rule;
-      json["data_protocol"] = TextJson(check.data_protocol);
+      json.Key("table_type");
+      json.Number(check.table_type);
+      json.Key("list_num");
+      json.Number(check.list_num);
+      json.Key("sort_field_num");
+      json.Number(check.sort_field_num);
+      json.Key("sort_rule");
+      json.Number(check.sort_rule);
+      json.Key("data_protocol");
+      json.String(check.data_protocol);
       break;
     case CheckKind::kCountRefer:
     case CheckKind::kNewCountRefer:
-      json["report"] = TextJson(check.report);
+      json.Key("report");
+      json.String(check.report);
       break;
     case CheckKind::kTable:
       break;
   }
-  json["log"] = LogJson(check.log);
-  json["findings"] = FindingsJson(check.findings);
-  return json;
+}
+
+void WriteCheckJson(const CheckRun& check, JsonStream& json) {
+  json.BeginObject();
+  json.Key("check");
+  json.String(CheckName(check.check));
+  if (check.check == CheckKind::kTable) {
+    json.Key("kind");
+    json.Number(check.kind);
+  }
+  json.Key("result");
+  json.Number(check.result);
+  json.Key("code");
+  const char* code = CheckResultName(check.result);
+  if (code != nullptr) {
+    json.String(code);
+  } else {
+    json.Null();
+  }
+  json.Key("message");
+  json.String(check.message);
+  WriteCheckDetailsJson(check, json);
+  json.Key("log");
+  WriteLogJson(check.log, json);
+  json.Key("findings");
+  json.BeginArray();
+  for (const Finding& finding : check.findings) WriteFindingJson(finding, json);
+  json.EndArray();
+  json.EndObject();
 }
 
 Json WarningJson(const ZemLoadMessage& warning) {
@@ -218,15 +263,25 @@ void WriteSummary(const SchemaRun& run, int failed, bool colored, std::ostream& 
       << '\n';
 }
 
-Json TableJson(const TableRun& table) {
-  Json json;
-  json["table"] = TextJson(table.table);
-  json["line"] = table.line ? Json(*table.line) : Json(nullptr);
-  json["ok"] = table.ok;
-  Json checks = Json::array();
-  for (const CheckRun& check : table.checks) checks.push_back(CheckJson(check));
-  json["checks"] = std::move(checks);
-  return json;
+// A table and its checks, written as they are read, at the depth of the tables' list.
+void WriteTableJson(const TableRun& table, std::ostream& out) {
+  JsonStream json(out, 2);
+  json.BeginObject();
+  json.Key("table");
+  json.String(table.table);
+  json.Key("line");
+  if (table.line) {
+    json.Number(*table.line);
+  } else {
+    json.Null();
+  }
+  json.Key("ok");
+  json.Bool(table.ok);
+  json.Key("checks");
+  json.BeginArray();
+  for (const CheckRun& check : table.checks) WriteCheckJson(check, json);
+  json.EndArray();
+  json.EndObject();
 }
 
 // Writes a value as it stands at this depth of an indented document: its inner lines are indented
@@ -325,8 +380,8 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
     return;
   }
 
-  // The document is written one table at a time, so that a schema of thousands of tables never
-  // stands in memory as one JSON tree.
+  // The document is written one table at a time, each as it is read, so that no part of it
+  // stands in memory as a JSON tree.
   out << "{\n  \"format\": 1,\n  \"schema\": ";
   WriteIndented(TextJson(options.schema_path), 1, out);
   if (run.strict) out << ",\n  \"strict\": true";
@@ -335,7 +390,7 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   for (size_t i = 0; i < run.tables.size(); ++i) {
     if (!run.tables[i].ok) ++failed;
     out << (i == 0 ? "\n    " : ",\n    ");
-    WriteIndented(TableJson(run.tables[i]), 2, out);
+    WriteTableJson(run.tables[i], out);
   }
   out << (run.tables.empty() ? "]" : "\n  ]");
   Json summary;

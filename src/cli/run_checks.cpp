@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include <velmora/check_table.h>
 #include "cli/collect_findings.h"
 #include "cli/short_names.h"
+#include "cli/workers.h"
 
 // Runs the entry point's steps one at a time, to find every problem of a table that failed.
 class CheckTableSteps {
@@ -36,8 +39,15 @@ namespace {
 // The data protocol out-parameter: room for the longest protocol name and then some.
 constexpr size_t kDataProtocolSize = 16;
 
-// Each check writes into a category of its own, which keeps every line at every priority.
-using CheckLog = WlogMemoryCategory;
+// Each check writes into a category of its own. The JSON report lists every line at every
+// priority; the text report shows only error lines, so only those are kept for it, and the
+// others are refused before they are formatted.
+class CheckLog : public WlogMemoryCategory {
+ public:
+  explicit CheckLog(const CheckOptions& options)
+      : WlogMemoryCategory(options.format == ReportFormat::kText ? WLOG_PRIORITY_ERROR
+                                                                 : WLOG_PRIORITY_UNKNOWN) {}
+};
 
 bool SameFinding(const Finding& a, const Finding& b) {
   return a.line == b.line && a.column == b.column && a.name == b.name && a.message == b.message;
@@ -74,7 +84,7 @@ CheckRun RunTableTypeCheck(LPZEMMETALIB metalib, const std::string& table,
   CheckRun run;
   run.check = CheckKind::kTableType;
   FailureRecorder recorder;
-  CheckLog log;
+  CheckLog log(options);
   CheckTable checker(options.server_version);
   char data_protocol[kDataProtocolSize] = {};
   run.result = checker.CheckTableTypeByCustomAttr(
@@ -106,7 +116,7 @@ CheckRun RunTableCheck(LPZEMMETALIB metalib, const std::string& table, int kind,
   run.kind = kind;
   {
     FailureRecorder recorder;
-    CheckLog log;
+    CheckLog log(options);
     CheckTable checker;
     run.result = checker.VelmoraCheckTable(metalib, table.c_str(), kind, log.handle(),
                                            options.server_version, options.proxy_version,
@@ -127,10 +137,10 @@ CheckRun RunTableCheck(LPZEMMETALIB metalib, const std::string& table, int kind,
 // The refer check: on the whole table, or, when the old schema had this table, only on what the
 // change adds, so that arrays already in use are not judged again.
 CheckRun RunCountReferCheck(LPZEMMETA meta, LPZEMMETA old_meta, const std::string& table,
-                            const FindingPlaces& places) {
+                            const CheckOptions& options, const FindingPlaces& places) {
   CheckRun run;
   FailureRecorder recorder;
-  CheckLog log;
+  CheckLog log(options);
   CheckTable checker;
   if (old_meta != nullptr) {
     run.check = CheckKind::kNewCountRefer;
@@ -207,12 +217,18 @@ TableRun CheckOneTable(LPZEMMETALIB metalib, const MetaLines& lines, LPZEMMETALI
   if (meta != nullptr) {
     LPZEMMETA old_meta =
         old_metalib != nullptr ? zem_get_meta_by_name(old_metalib, table.c_str()) : nullptr;
-    run.checks.push_back(RunCountReferCheck(meta, old_meta, table, places));
+    run.checks.push_back(RunCountReferCheck(meta, old_meta, table, options, places));
   }
 
   run.ok = true;
   for (const CheckRun& check : run.checks) run.ok = run.ok && check.passed;
   return run;
+}
+
+// How many workers check tables: the user's number, or one per processor core.
+unsigned WorkerCount(const CheckOptions& options) {
+  if (options.jobs > 0) return options.jobs;
+  return std::max(1U, std::thread::hardware_concurrency());
 }
 
 void AppendWarnings(const ZemLoadResult& loaded, std::vector<ZemLoadMessage>& warnings) {
@@ -263,10 +279,14 @@ SchemaRun CheckLoadedSchema(const CheckOptions& options, ZemLoadResult schema) {
   run.long_names = LongNamesOf(schema.metalib.get());
   const MetaLines lines = LinesOfMetas(schema);
   const FindingPlaces places(schema.metalib.get(), schema.places);
-  for (const std::string& table : TablesToCheck(schema, options)) {
-    run.tables.push_back(CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(),
-                                       table, options, places));
-  }
+  const std::vector<std::string> tables = TablesToCheck(schema, options);
+  // Each table's run has its own slot, so the report lists them in this order whatever the
+  // order the workers finish in; the metalibs and the places are only read.
+  run.tables.resize(tables.size());
+  ForEachOnWorkers(tables.size(), WorkerCount(options), [&](size_t t) {
+    run.tables[t] = CheckOneTable(schema.metalib.get(), lines, old_schema.metalib.get(),
+                                  tables[t], options, places);
+  });
   return run;
 }
 

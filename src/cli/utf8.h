@@ -59,4 +59,23 @@ inline std::string ToValidUtf8(const std::string& text) {
   return out;
 }
 
+// Whether every byte of text belongs to a well-formed UTF-8 sequence.
+inline bool IsValidUtf8(const std::string& text) {
+  size_t pos = 0;
+  while (pos < text.size()) {
+    const unsigned char byte = static_cast<unsigned char>(text[pos]);
+    const size_t length = byte < 0x80 ? 1 : Utf8SequenceLength(text, pos);
+    if (length == 0) return false;
+    pos += length;
+  }
+  return true;
+}
+
+// text itself when it is valid UTF-8; otherwise its repaired copy, kept in *repaired.
+inline const std::string& AsValidUtf8(const std::string& text, std::string* repaired) {
+  if (IsValidUtf8(text)) return text;
+  *repaired = ToValidUtf8(text);
+  return *repaired;
+}
+
 #endif  // VELMORA_CLI_UTF8_H_

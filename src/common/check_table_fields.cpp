@@ -10,10 +10,12 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <velmora/check_table.h>
 #include "common/check_table_report.h"
 #include "common/check_table_rules.h"
+#include "common/repeated_names.h"
 #include <velmora/string_helpers.h>
 
 namespace {
@@ -329,32 +331,40 @@ int CheckTable::CheckRepeatedFieldName(LPZEMMETA meta, LPWLOGCATEGORYINST log_ha
   }
   if (zem_get_entry_num(meta) < 1) return CHECK_TABLE_SUCCESS;
   const char* meta_name = zem_get_meta_name(meta);
-  auto empty_slot = [&](int slot) {
-    return ReportEmptyEntrySlot(log_handle, REPEATED_NAME_LOC, slot, meta_name);
-  };
+  // The names before the first empty entry slot, if there is one.
+  const int entry_num = zem_get_entry_num(meta);
+  std::vector<const char*> names;
+  names.reserve(static_cast<size_t>(entry_num));
+  for (int i = 0; i < entry_num; ++i) {
+    LPZEMMETAENTRY pstEntry = zem_get_entry_by_index(meta, i);
+    if (pstEntry == nullptr) break;
+    names.push_back(zem_get_entry_name(pstEntry));
+  }
+  if (names.empty()) return ReportEmptyEntrySlot(log_handle, REPEATED_NAME_LOC, 0, meta_name);
 
-  // Pairs are examined row by row, (0,1), (0,2), ... (1,2), ...; the first repeated pair is
-  // reported, and an empty name only once every pair of the earlier entries has passed.
-  return ForEachEntry(
-      meta,
-      [&](int i, LPZEMMETAENTRY pstEntry) -> int {
-        const char* entry_name = zem_get_entry_name(pstEntry);
-        LOG_LINE_AT(log_handle, WLOG_PRIORITY_INFO, REPEATED_NAME_LOC,
-                    "length of entry name %s is %d", entry_name,
-                    static_cast<int>(std::strlen(entry_name)));
-        if (entry_name[0] == '\0') {
-          return REPORT_ERROR_ON_AT(log_handle, OnEntry(pstEntry), REPEATED_NAME_LOC,
-                                    ERROR_FIELD_NAME_EMPTY,
-                                 "field name is empty.");
-        }
-        return ForEachEntryFrom(
-            meta, i + 1,
-            [&](int j, LPZEMMETAENTRY pstCmpEntry) {
-              return CheckFieldNamesDiffer(i, entry_name, j, pstCmpEntry, log_handle);
-            },
-            empty_slot);
-      },
-      empty_slot);
+  // Rows are walked in order: row i asks whether name i is empty, then compares it with every
+  // later name, (0,1), (0,2), ... (1,2), ...; the first repeated pair is reported. An empty slot
+  // is met by the first row's comparisons, so with one only that row is walked.
+  const bool slot_gap = names.size() < static_cast<size_t>(entry_num);
+  const size_t rows = slot_gap ? 1 : names.size();
+  const RepeatedNameVerdict verdict = FindFirstRepeatedName(names, rows);
+  const size_t walked = verdict.stop < 0 ? rows : static_cast<size_t>(verdict.stop) + 1;
+  for (size_t i = 0; i < walked; ++i) {
+    LOG_LINE_AT(log_handle, WLOG_PRIORITY_INFO, REPEATED_NAME_LOC, "length of entry name %s is %d",
+                names[i], static_cast<int>(std::strlen(names[i])));
+  }
+  if (verdict.stop < 0) {
+    return slot_gap ? ReportEmptyEntrySlot(log_handle, REPEATED_NAME_LOC,
+                                           static_cast<int>(names.size()), meta_name)
+                    : CHECK_TABLE_SUCCESS;
+  }
+  if (verdict.repeat < 0) {
+    return REPORT_ERROR_ON_AT(log_handle, OnEntry(zem_get_entry_by_index(meta, verdict.stop)),
+                              REPEATED_NAME_LOC, ERROR_FIELD_NAME_EMPTY, "field name is empty.");
+  }
+  return CheckFieldNamesDiffer(verdict.stop, names[static_cast<size_t>(verdict.stop)],
+                               verdict.repeat, zem_get_entry_by_index(meta, verdict.repeat),
+                               log_handle);
 }
 
 int CheckTable::CheckFieldNamesDiffer(int i, const char* entry_name, int j,

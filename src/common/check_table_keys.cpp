@@ -5,9 +5,14 @@
 // The lookups answer 0 when a name belongs where asked. When it does not, the first three write
 // and log their own message, and the calling check then writes and logs its own: one failure gives
 // two error lines in the log and leaves the caller's text in the error buffer.
+#include <algorithm>
 #include <cstring>
 #include <set>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <velmora/check_table.h>
@@ -48,6 +53,55 @@ bool HasPrimaryKey(LPZEMMETA meta) {
 }
 
 bool HasSplitTableKey(LPZEMMETA meta) { return meta->stSplitTableKey.ptrEntry != ZEMPTR_NONE; }
+
+// The names of the primary key members.
+std::unordered_set<std::string_view> KeyMemberNames(LPZEMMETA meta) {
+  std::unordered_set<std::string_view> names;
+  if (!HasPrimaryKey(meta)) return names;
+  for (int k = 0; k < meta->nPrimayKeyMemberNum; ++k) names.insert(KeyMemberName(meta, k));
+  return names;
+}
+
+// For each column of the index, whether a later column has the same name.
+std::vector<bool> ColumnsRepeatedLater(LPZEMMETA meta, LPZEMMETAINDEX index) {
+  const int column_num = std::max(index->iColumnNum, 0);
+  std::vector<bool> repeated(static_cast<size_t>(column_num), false);
+  std::unordered_set<std::string_view> later;
+  later.reserve(static_cast<size_t>(column_num));
+  for (int j = column_num - 1; j >= 0; --j) {
+    repeated[static_cast<size_t>(j)] = !later.insert(ColumnName(meta, index, j)).second;
+  }
+  return repeated;
+}
+
+// An index's column count, then its column names sorted, each ended by a NUL byte: two indexes
+// whose columns are each named once hold the same columns exactly when these texts are equal.
+std::string ColumnSetKey(LPZEMMETA meta, LPZEMMETAINDEX index) {
+  std::string key = std::to_string(index->iColumnNum) + ':';
+  std::vector<std::string_view> names;
+  for (int j = 0; j < index->iColumnNum; ++j) names.emplace_back(ColumnName(meta, index, j));
+  std::sort(names.begin(), names.end());
+  for (const std::string_view name : names) {
+    key.append(name.data(), name.size());
+    key.push_back('\0');
+  }
+  return key;
+}
+
+// The first pair (i, k), i < k, in row order, of indexes holding the same columns, each column
+// named once in its index; (-1, -1) when there is none.
+std::pair<int, int> FirstIndexesWithSameColumns(LPZEMMETA meta) {
+  std::pair<int, int> first(-1, -1);
+  std::unordered_map<std::string, int> seen;
+  for (int k = 0; k < meta->iIndexesNum; ++k) {
+    const auto inserted = seen.emplace(ColumnSetKey(meta, zem_meta_index(meta, k)), k);
+    // The first repeat met of an earlier index is its nearest one.
+    if (!inserted.second && (first.first < 0 || inserted.first->second < first.first)) {
+      first = {inserted.first->second, k};
+    }
+  }
+  return first;
+}
 
 }  // namespace
 
@@ -252,20 +306,22 @@ int CheckTable::CheckIndex(LPZEMMETA meta, const int table_type, LPWLOGCATEGORYI
                         meta_name);
   }
 
+  // Key members are looked up in a set; a column not found there is asked again through the
+  // member lookup, which reports the failure in its own words.
+  const std::unordered_set<std::string_view> key_members = KeyMemberNames(meta);
   for (int i = 0; i < index_num; ++i) {
     LPZEMMETAINDEX pstIndex = zem_meta_index(meta, i);
-    const int column_num = pstIndex->iColumnNum;
-    for (int j = 0; j < column_num; ++j) {
+    const std::vector<bool> repeated_later = ColumnsRepeatedLater(meta, pstIndex);
+    for (int j = 0; j < pstIndex->iColumnNum; ++j) {
       const char* column_name = ColumnName(meta, pstIndex, j);
-      for (int later = j + 1; later < column_num; ++later) {
-        if (std::strcmp(column_name, ColumnName(meta, pstIndex, later)) == 0) {
-          return REPORT_ERROR_ON(log_handle, OnIndex(pstIndex), ERROR_INDEX_FIELD,
-                              "The index field has repeated field '%s', table:'%s'", column_name,
-                              meta_name);
-        }
+      if (repeated_later[static_cast<size_t>(j)]) {
+        return REPORT_ERROR_ON(log_handle, OnIndex(pstIndex), ERROR_INDEX_FIELD,
+                            "The index field has repeated field '%s', table:'%s'", column_name,
+                            meta_name);
       }
       // The label says "index" but the name printed is the column's field. Kept as it is.
-      if (CheckWhetherPrimaryKey(column_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
+      if (key_members.count(column_name) == 0 &&
+          CheckWhetherPrimaryKey(column_name, meta, log_handle) != CHECK_TABLE_SUCCESS) {
         return REPORT_ERROR_ON(log_handle, OnIndex(pstIndex), ERROR_INDEX_FIELD,
                             "The index field should be primarykey field! index:'%s', table:'%s'",
                             column_name, meta_name);
@@ -273,14 +329,14 @@ int CheckTable::CheckIndex(LPZEMMETA meta, const int table_type, LPWLOGCATEGORYI
     }
   }
 
-  for (int i = 0; i < index_num; ++i) {
-    for (int k = i + 1; k < index_num; ++k) {
-      if (CompareIndexColumn(zem_meta_index(meta, i), zem_meta_index(meta, k), meta, log_handle) !=
-          CHECK_TABLE_SUCCESS) {
-        return REPORT_ERROR(log_handle, ERROR_INDEX_FIELD,
-                            "The index field can't be repeated!  table:'%s'", meta_name);
-      }
-    }
+  // Pairs of indexes are taken in order, (0,1), (0,2), ... (1,2), ...; the first pair holding the
+  // same columns is reported, by the comparison that reports it.
+  const std::pair<int, int> same = FirstIndexesWithSameColumns(meta);
+  if (same.first >= 0 &&
+      CompareIndexColumn(zem_meta_index(meta, same.first), zem_meta_index(meta, same.second), meta,
+                         log_handle) != CHECK_TABLE_SUCCESS) {
+    return REPORT_ERROR(log_handle, ERROR_INDEX_FIELD,
+                        "The index field can't be repeated!  table:'%s'", meta_name);
   }
 
   LOG_LINE(log_handle, WLOG_PRIORITY_INFO, "CheckIndex Successed! table:'%s'", meta_name);

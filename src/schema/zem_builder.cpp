@@ -288,12 +288,15 @@ bool MetaLibBuilder::LayOutIndexes(MetaLayout& layout) {
   for (size_t i = 0; i < index_defs.size(); ++i) {
     const ZemIndexDef& index_def = index_defs[i];
     const ZEMPTR name = m_arena.AddText(index_def.name);
-    const ZEMPTR columns = m_arena.Alloc<tagZEMColumnInfo>(index_def.columns.size());
-    for (size_t j = 0; j < index_def.columns.size(); ++j) {
-      const int e = layout.by_name.Find(index_def.columns[j]);
-      if (e < 0) {
-        return Fail(layout.where + ": index '" + index_def.name + "' column '" +
-                    index_def.columns[j] + "' names no entry");
+    const bool by_name = !index_def.columns.empty();
+    const size_t column_num = by_name ? index_def.columns.size() : index_def.column_entries.size();
+    const ZEMPTR columns = m_arena.Alloc<tagZEMColumnInfo>(column_num);
+    for (size_t j = 0; j < column_num; ++j) {
+      const int e = by_name ? layout.by_name.Find(index_def.columns[j]) : index_def.column_entries[j];
+      if (e < 0 || e >= layout.entry_count) {
+        const std::string column = by_name ? "'" + index_def.columns[j] + "'" : std::to_string(e);
+        return Fail(layout.where + ": index '" + index_def.name + "' column " + column +
+                    " names no entry");
       }
       tagZEMColumnInfo* column = m_arena.At<tagZEMColumnInfo>(columns) + j;
       column->ptrEntry = layout.EntryOffset(e);
@@ -301,7 +304,7 @@ bool MetaLibBuilder::LayOutIndexes(MetaLayout& layout) {
     }
     tagZEMMetaIndex* index = m_arena.At<tagZEMMetaIndex>(indexes) + i;
     index->ptrName = name;
-    index->iColumnNum = static_cast<int32_t>(index_def.columns.size());
+    index->iColumnNum = static_cast<int32_t>(column_num);
     index->ptrColumnBase = columns - layout.offset;
   }
   return true;

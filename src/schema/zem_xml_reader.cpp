@@ -856,7 +856,11 @@ class SchemaReader {
                                         std::to_string(count) + " columns; at most " +
                                         std::to_string(ZEM_MAX_INDEX_COLUMNS) + " fit");
       }
-      AppendNames(pending.column, count, &index.columns);
+      // Each column is kept as the position of its entry, not as a copy of its name.
+      index.column_entries.reserve(count);
+      ForEachName(pending.column.value(), [&](std::string_view piece) {
+        index.column_entries.push_back(static_cast<int32_t>(meta->entries.find(piece)->second.index));
+      });
     }
     return true;
   }

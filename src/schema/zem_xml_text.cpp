@@ -42,6 +42,55 @@ int ClampToInt(size_t value) { return value > INT_MAX ? INT_MAX : static_cast<in
 
 int PopCount(uint64_t word) { return static_cast<int>(std::bitset<WORD_BITS>(word).count()); }
 
+// The bits of one index word, for the bytes text[0] .. text[bits - 1]: line breaks, and bytes
+// that start a character (any byte but a UTF-8 continuation byte, 10xxxxxx).
+struct WordBits {
+  uint64_t newlines = 0;
+  uint64_t char_starts = 0;
+};
+
+WordBits ByteByByte(const char* text, size_t bits) {
+  WordBits word;
+  for (size_t bit = 0; bit < bits; ++bit) {
+    const unsigned char c = static_cast<unsigned char>(text[bit]);
+    word.newlines |= uint64_t{c == '\n'} << bit;
+    word.char_starts |= uint64_t{(c & 0xC0) != 0x80} << bit;
+  }
+  return word;
+}
+
+// The high bit of each byte of a little-endian 8-byte group, gathered into 8 bits, byte 0 first.
+uint64_t GatherHighBits(uint64_t high) { return ((high >> 7) * 0x0102040810204080ULL) >> 56; }
+
+// The same bits for 64 bytes, eight at a time.
+WordBits EightBytesAtATime(const char* text) {
+  constexpr uint64_t kHigh = 0x8080808080808080ULL;
+  constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7FULL;
+  constexpr uint64_t kNewlines = 0x0A0A0A0A0A0A0A0AULL;
+  WordBits word;
+  for (size_t group = 0; group < 8; ++group) {
+    uint64_t bytes = 0;
+    std::memcpy(&bytes, text + group * 8, 8);
+    // A byte is a line break when it XORs to zero; the sum sets the high bit of every non-zero
+    // byte without a carry crossing into the next byte.
+    const uint64_t x = bytes ^ kNewlines;
+    const uint64_t newline_high = ~(((x & kLow7) + kLow7) | x | kLow7);
+    // A continuation byte has its high bit set and the next one clear.
+    const uint64_t continuation_high = bytes & kHigh & ~(bytes << 1);
+    word.newlines |= GatherHighBits(newline_high) << (group * 8);
+    word.char_starts |= GatherHighBits(~continuation_high & kHigh) << (group * 8);
+  }
+  return word;
+}
+
+// The index bits of the bytes text[0] .. text[bits - 1], at most 64 of them.
+WordBits IndexWord(const char* text, size_t bits) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+  if (bits == WORD_BITS) return EightBytesAtATime(text);
+#endif
+  return ByteByByte(text, bits);
+}
+
 // An XML declaration at the start of a text, and the encoding it names ("" when none).
 struct Declaration {
   std::string encoding;
@@ -378,18 +427,11 @@ void ZemXmlText::IndexPositions() {
       m_block_lines[from / BLOCK_BYTES] = lines;
       m_block_chars[from / BLOCK_BYTES] = characters;
     }
-    const size_t bits = std::min(WORD_BITS, length - from);
-    uint64_t newlines = 0;
-    uint64_t char_starts = 0;
-    for (size_t bit = 0; bit < bits; ++bit) {
-      const unsigned char c = static_cast<unsigned char>(text[from + bit]);
-      newlines |= uint64_t{c == '\n'} << bit;
-      char_starts |= uint64_t{(c & 0xC0) != 0x80} << bit;
-    }
-    m_newlines[word] = newlines;
-    m_char_starts[word] = char_starts;
-    lines += static_cast<uint64_t>(PopCount(newlines));
-    characters += static_cast<uint64_t>(PopCount(char_starts));
+    const WordBits bits = IndexWord(text + from, std::min(WORD_BITS, length - from));
+    m_newlines[word] = bits.newlines;
+    m_char_starts[word] = bits.char_starts;
+    lines += static_cast<uint64_t>(PopCount(bits.newlines));
+    characters += static_cast<uint64_t>(PopCount(bits.char_starts));
   }
   if (length % BLOCK_BYTES == 0) {
     m_block_lines[length / BLOCK_BYTES] = lines;

@@ -1,0 +1,129 @@
+// The command's building blocks for large schemas: JSON written as a stream, laid out byte for
+// byte as the JSON library lays out the same document, and tables spread over worker threads.
+#include <atomic>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "cli/json_stream.h"
+#include "cli/workers.h"
+#include "test_support.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Text of any bytes below 0x80 (every control character, quotes and backslashes included) and a
+// few UTF-8 sequences.
+std::string RandomText(std::mt19937& random) {
+  static const char* const kPieces[] = {"\xc3\xa9", "\xe4\xb8\xad", "\xf0\x9f\x98\x80", "\x7f"};
+  std::string text;
+  const int length = static_cast<int>(random() % 8);
+  for (int i = 0; i < length; ++i) {
+    if (random() % 5 == 0) {
+      text += kPieces[random() % 4];
+    } else {
+      text += static_cast<char>(random() % 0x80);
+    }
+  }
+  return text;
+}
+
+// Writes a random value both ways: into the tree and into the stream.
+Json RandomValue(std::mt19937& random, int depth, JsonStream& stream) {
+  switch (depth > 2 ? random() % 4 : random() % 6) {
+    case 0: {
+      const std::string text = RandomText(random);
+      stream.String(text);
+      return Json(text);
+    }
+    case 1: {
+      const long long number = static_cast<long long>(random() % 2000) - 1000;
+      stream.Number(number);
+      return Json(number);
+    }
+    case 2: {
+      const bool value = random() % 2 == 0;
+      stream.Bool(value);
+      return Json(value);
+    }
+    case 3:
+      stream.Null();
+      return Json(nullptr);
+    case 4: {
+      Json array = Json::array();
+      stream.BeginArray();
+      const int size = static_cast<int>(random() % 4);
+      for (int i = 0; i < size; ++i) array.push_back(RandomValue(random, depth + 1, stream));
+      stream.EndArray();
+      return array;
+    }
+    default: {
+      Json object = Json::object();
+      stream.BeginObject();
+      const int size = static_cast<int>(random() % 4);
+      for (int i = 0; i < size; ++i) {
+        const std::string key = "k" + std::to_string(i);
+        stream.Key(key.c_str());
+        object[key] = RandomValue(random, depth + 1, stream);
+      }
+      stream.EndObject();
+      return object;
+    }
+  }
+}
+
+TEST(JsonStream, LaysOutDocumentsAsTheLibraryDumpsThem) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 2000; ++round) {
+    std::ostringstream out;
+    JsonStream stream(out, 0);
+    const Json tree = RandomValue(random, 0, stream);
+    EXPECT_EQ(out.str(), tree.dump(2)) << "round " << round;
+  }
+}
+
+TEST(JsonStream, EscapesQuotesBackslashesAndControlCharacters) {
+  std::ostringstream out;
+  JsonStream stream(out, 1);
+  stream.BeginObject();
+  stream.Key("text");
+  stream.String(std::string("a\"b\\c\b\f\n\r\t\x01\x1f\x7f\xc3\xa9", 15));
+  stream.Key("empty");
+  stream.BeginArray();
+  stream.EndArray();
+  stream.Key("not utf-8");
+  stream.String("a\xff\xc3");
+  stream.EndObject();
+  EXPECT_EQ(out.str(),
+            "{\n    \"text\": \"a\\\"b\\\\c\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\xc3\xa9\",\n"
+            "    \"empty\": [],\n"
+            "    \"not utf-8\": \"a\xef\xbf\xbd\xef\xbf\xbd\"\n  }");
+}
+
+TEST(Workers, CallsEveryItemOnceWhateverTheWorkerCount) {
+  for (const unsigned workers : {0U, 1U, 3U, 16U}) {
+    std::vector<std::atomic<int>> calls(100);
+    ForEachOnWorkers(calls.size(), workers, [&](size_t i) { ++calls[i]; });
+    for (const std::atomic<int>& count : calls) EXPECT_EQ(count.load(), 1) << workers;
+  }
+  ForEachOnWorkers(0, 4, [](size_t) { FAIL() << "no item to call"; });
+}
+
+TEST(Workers, ThrowsTheFailureOfAnItemAfterEveryWorkerStopped) {
+  std::atomic<int> calls{0};
+  EXPECT_THROW(ForEachOnWorkers(50, 4,
+                                [&](size_t i) {
+                                  ++calls;
+                                  if (i == 3) throw std::runtime_error("item 3");
+                                }),
+               std::runtime_error);
+  EXPECT_GE(calls.load(), 4);
+  EXPECT_LE(calls.load(), 50);
+}
+
+}  // namespace
