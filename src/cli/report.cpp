@@ -7,6 +7,7 @@
 #include "cli/color.h"
 #include "cli/github_report.h"
 #include "cli/json_stream.h"
+#include "cli/json_text.h"
 #include "cli/sarif_report.h"
 #include "cli/short_names.h"
 #include "cli/utf8.h"
@@ -14,7 +15,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 
 // "FILE:LINE" or, for a table the schema lacks, "FILE".
 std::string TablePlace(const std::string& schema_path, const TableRun& table) {
@@ -284,23 +284,8 @@ void WriteTableJson(const TableRun& table, std::ostream& out) {
   json.EndObject();
 }
 
-// Writes a value as it stands at this depth of an indented document: its inner lines are indented
-// by two blanks per level.
-void WriteIndented(const Json& json, int depth, std::ostream& out) {
-  const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace);
-  const std::string indent(static_cast<size_t>(depth) * 2, ' ');
-  size_t from = 0;
-  for (size_t newline = text.find('\n'); newline != std::string::npos;
-       newline = text.find('\n', from)) {
-    out.write(text.data() + from, static_cast<std::streamsize>(newline + 1 - from));
-    out << indent;
-    from = newline + 1;
-  }
-  out.write(text.data() + from, static_cast<std::streamsize>(text.size() - from));
-}
-
 void WriteJson(const Json& json, std::ostream& out) {
-  WriteIndented(json, 0, out);
+  WriteJsonIndented(json, 0, out);
   out << '\n';
 }
 
@@ -383,7 +368,7 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   // The document is written one table at a time, each as it is read, so that no part of it
   // stands in memory as a JSON tree.
   out << "{\n  \"format\": 1,\n  \"schema\": ";
-  WriteIndented(TextJson(options.schema_path), 1, out);
+  WriteJsonIndented(TextJson(options.schema_path), 1, out);
   if (run.strict) out << ",\n  \"strict\": true";
   out << ",\n  \"tables\": [";
   int failed = 0;
@@ -397,14 +382,14 @@ void WriteJsonReport(const CheckOptions& options, const SchemaRun& run, std::ost
   summary["tables"] = run.tables.size();
   summary["failed"] = failed;
   out << ",\n  \"summary\": ";
-  WriteIndented(summary, 1, out);
+  WriteJsonIndented(summary, 1, out);
   if (!run.warnings.empty()) {
     out << ",\n  \"warnings\": ";
-    WriteIndented(WarningsJson(run.warnings), 1, out);
+    WriteJsonIndented(WarningsJson(run.warnings), 1, out);
   }
   if (run.strict && !run.warnings.empty()) {
     out << ",\n  \"errors\": ";
-    WriteIndented(StrictErrorsJson(run.warnings), 1, out);
+    WriteJsonIndented(StrictErrorsJson(run.warnings), 1, out);
   }
   out << "\n}\n";
 }
