@@ -180,7 +180,7 @@ void FindingPlaces::LocateEntry(LPZEMMETA table_meta, LPZEMMETAENTRY entry, bool
 }
 
 LPZEMMETA FindingPlaces::OwnerOf(LPZEMMETAENTRY entry) const {
-  if (!m_owners) {
+  std::call_once(m_owners_built, [this]() {
     m_owners = std::make_unique<std::unordered_map<const void*, LPZEMMETA>>();
     for (int m = 0; m < zem_get_meta_num(m_metalib); ++m) {
       LPZEMMETA meta = zem_get_meta_by_index(m_metalib, m);
@@ -188,7 +188,7 @@ LPZEMMETA FindingPlaces::OwnerOf(LPZEMMETAENTRY entry) const {
         m_owners->emplace(zem_get_entry_by_index(meta, i), meta);
       }
     }
-  }
+  });
   const auto found = m_owners->find(entry);
   return found != m_owners->end() ? found->second : nullptr;
 }

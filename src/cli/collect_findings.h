@@ -4,6 +4,7 @@
 #define VELMORA_CLI_COLLECT_FINDINGS_H_
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -30,11 +31,13 @@ class FindingPlaces {
   void Locate(const std::string& table, const CheckTableElement& element, Finding* finding) const;
   void LocateEntry(LPZEMMETA table_meta, LPZEMMETAENTRY entry, bool attribute,
                    Finding* finding) const;
-  // The meta holding an entry, found through an index of every entry built on first use.
+  // The meta holding an entry, found through an index of every entry built on first use. Tables
+  // are checked on several threads at once, so the index is built by exactly one of them.
   LPZEMMETA OwnerOf(LPZEMMETAENTRY entry) const;
 
   LPZEMMETALIB m_metalib;
   const ZemSourcePlaces& m_places;
+  mutable std::once_flag m_owners_built;
   mutable std::unique_ptr<std::unordered_map<const void*, LPZEMMETA>> m_owners;
 };
 
