@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -133,6 +134,46 @@ TEST(CheckTableCommandFindings, ReportsEveryStructThatCannotBeBuiltWithItsPlace)
   ASSERT_EQ(report.at("errors").size(), 3u);
   EXPECT_EQ(report.at("errors")[2].at("line"), 13);
   EXPECT_EQ(report.at("errors")[2].at("column"), 21);
+}
+
+// A check that fails on every field of a big table gives one finding per field, each placed and
+// written in time and memory in proportion to their number (each finding once, its notes gathered
+// once): the command ends at once, as it does on a table that passes.
+TEST(CheckTableCommandFindings, ListsAFindingForEachOfTwentyThousandFieldsOfOneCheck) {
+  constexpr int kArrays = 20000;
+  const ScratchDir dir;
+  const std::string path = dir.File("arrays.xml");
+  {
+    std::ofstream schema(path);
+    schema << "<metalib name=\"m\" version=\"1\">\n"
+              "<struct name=\"t\" primarykey=\"k\" customattr2=\"TableType=LIST;ListNum=9\">\n"
+              "<entry name=\"k\" type=\"uint32\"/>\n";
+    for (int i = 0; i < kArrays; ++i) {
+      schema << "<entry name=\"a" << i << "\" type=\"uint8\" count=\"2\"/>\n";
+    }
+    schema << "</struct>\n</metalib>\n";
+  }
+  const CommandResult json = RunCheckTable({"-f", "json", path});
+  EXPECT_EQ(json.status, 1);
+  const Json report = Json::parse(json.out);
+  const Json& checks = report.at("tables").at(0).at("checks");
+  const Json& refer = checks.at(2);
+  ASSERT_EQ(refer.at("check"), "CheckWhetherCountWithRefer");
+  ASSERT_EQ(refer.at("findings").size(), static_cast<size_t>(kArrays));
+  EXPECT_EQ(Summary(refer.at("findings").at(0)), "4:1 entry a0 ERROR_COUNT_WITHNOT_REFER");
+  EXPECT_EQ(Summary(refer.at("findings").at(kArrays - 1)),
+            "20003:1 entry a19999 ERROR_COUNT_WITHNOT_REFER");
+
+  const CommandResult text = RunCheckTable({path});
+  EXPECT_EQ(text.status, 1);
+  const std::vector<std::string> lines = Lines(text.out);
+  // The value field limit of a list table (three lines), two lines a field, the summary.
+  ASSERT_EQ(lines.size(), 3 + static_cast<size_t>(kArrays) * 2 + 1);
+  EXPECT_EQ(lines.at(0), path + ":2:1: error: t: The number of value field can not more than 255! "
+                                "list table: 't' [ERROR_VALUE_FIELD]");
+  EXPECT_EQ(lines.at(3 + 2 * kArrays - 2),
+            path + ":20003:1: error: t.a19999: these entry have 'count' without 'refer' : a19999 "
+                   "[ERROR_COUNT_WITHNOT_REFER]");
 }
 
 }  // namespace

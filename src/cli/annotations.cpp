@@ -63,7 +63,7 @@ Annotation FindingAnnotation(const std::string& schema_path, const Finding& find
   annotation.result = finding.result;
   annotation.message = finding.message;
   for (const std::string& note : finding.notes) annotation.message += "\n" + note;
-  if (!finding.help.empty()) annotation.message += "\nhelp: " + finding.help;
+  if (finding.help != nullptr) annotation.message += std::string("\nhelp: ") + finding.help;
   return annotation;
 }
 

@@ -77,19 +77,25 @@ std::vector<Finding> FindingPlaces::Place(const std::string& table,
   if (failing.empty()) return {};
   const std::vector<size_t> heads = HeadsOf(failing);
   const CheckTableFailure* lookup = heads.size() == 1 ? PreciseLookup(failing) : nullptr;
+  // Every line that leads no finding is a note of each finding: the wrapping lines of the entry
+  // point, a lookup's words. A check that fails on a million fields has a million heads and a
+  // handful of such lines, so they are gathered once.
+  std::vector<bool> is_head(failing.size(), false);
+  for (const size_t head : heads) is_head[head] = true;
+  std::vector<std::string> notes;
+  for (size_t i = 0; i < failing.size(); ++i) {
+    if (!is_head[i]) notes.push_back(failing[i]->message);
+  }
   std::vector<Finding> findings;
+  findings.reserve(heads.size());
   for (const size_t head : heads) {
     const CheckTableFailure& line = *failing[head];
     Finding finding;
     finding.message = line.message;
     finding.result = line.result;
     finding.code = CodeName(line.result);
-    for (size_t i = 0; i < failing.size(); ++i) {
-      const bool is_head = std::find(heads.begin(), heads.end(), i) != heads.end();
-      if (!is_head) finding.notes.push_back(failing[i]->message);
-    }
-    const char* hint = HintForReport(line.format, line.message);
-    if (hint != nullptr) finding.help = hint;
+    finding.notes = notes;
+    finding.help = HintForReport(line.format, line.message);
     finding.also = also;
     Locate(table, lookup != nullptr ? lookup->element : line.element, &finding);
     findings.push_back(std::move(finding));

@@ -29,7 +29,9 @@ struct Finding {
   std::string code;     // that code's name, as in the report ("ERROR_PRIMARYKEY_FIELD")
   // The lines that wrap or follow it (the entry point's "CheckIndex failed! ..."), in order.
   std::vector<std::string> notes;
-  std::string help;  // one line on what to change; empty when none is known
+  // One line on what to change, from the table of hints (a text that lives as long as the
+  // program); NULL when none is known.
+  const char* help = nullptr;
   // Found by a later step run on its own after the check had stopped at an earlier failure: not
   // part of what the check returned.
   bool also = false;

@@ -49,7 +49,7 @@ void WriteFinding(const std::string& schema_path, const std::string& table, cons
       << FindingSubject(table, finding, shown_name) << ": " << finding.message << " ["
       << finding.code << "]\n";
   for (const std::string& note : finding.notes) out << "    note: " << note << '\n';
-  if (!finding.help.empty()) out << "    help: " << finding.help << '\n';
+  if (finding.help != nullptr) out << "    help: " << finding.help << '\n';
 }
 
 // A failing table: every finding of its failing checks, in the order the checks ran; a finding
@@ -58,15 +58,17 @@ void WriteFinding(const std::string& schema_path, const std::string& table, cons
 void WriteFailedTable(const std::string& schema_path, const TableRun& table,
                       const std::unordered_set<std::string>& long_names, bool colored,
                       std::ostream& out) {
-  std::ostringstream body;
+  // Each finding is written as soon as it is shortened: a table can fail on a million fields.
+  std::ostringstream lines;
   ShownOnce shown;
   for (const CheckRun& check : table.checks) {
     for (const Finding& finding : check.findings) {
       if (!shown.First(finding)) continue;
-      WriteFinding(schema_path, table.table, finding, long_names, colored, body);
+      lines.str(std::string());
+      WriteFinding(schema_path, table.table, finding, long_names, colored, lines);
+      out << ShortenLongNames(lines.str(), table.table, long_names);
     }
   }
-  out << ShortenLongNames(body.str(), table.table, long_names);
 }
 
 Json TextJson(const std::string& text) { return Json(ToValidUtf8(text)); }
@@ -125,7 +127,7 @@ void WriteFindingJson(const Finding& finding, JsonStream& json) {
     for (const std::string& note : finding.notes) json.String(note);
     json.EndArray();
   }
-  if (!finding.help.empty()) {
+  if (finding.help != nullptr) {
     json.Key("help");
     json.String(finding.help);
   }

@@ -49,10 +49,6 @@ class CheckLog : public WlogMemoryCategory {
                                                                  : WLOG_PRIORITY_UNKNOWN) {}
 };
 
-bool SameFinding(const Finding& a, const Finding& b) {
-  return a.line == b.line && a.column == b.column && a.name == b.name && a.message == b.message;
-}
-
 // The findings of a check that failed: what it reported, at its places. A failure that reported
 // no line at error priority is shown with the check's own message at the table.
 void SetFindings(const std::string& table, const FindingPlaces& places,
@@ -69,13 +65,12 @@ void SetFindings(const std::string& table, const FindingPlaces& places,
   run->findings.push_back(std::move(finding));
 }
 
-// Adds the findings not listed yet.
+// Adds the findings not listed yet (the same place, name and message), in their order.
 void AddNewFindings(std::vector<Finding> more, std::vector<Finding>* findings) {
+  ShownOnce listed;
+  for (const Finding& finding : *findings) listed.First(finding);
   for (Finding& finding : more) {
-    const bool listed = std::any_of(findings->begin(), findings->end(), [&](const Finding& had) {
-      return SameFinding(had, finding);
-    });
-    if (!listed) findings->push_back(std::move(finding));
+    if (listed.First(finding)) findings->push_back(std::move(finding));
   }
 }
 
