@@ -56,7 +56,8 @@ fuzz: deps
 	cmake --build --preset fuzz -j $(JOBS)
 	bash fuzz/run.sh $(FUZZ_SECONDS)
 
-# Branches that only an exception or a compiler-generated path can take are not counted.
+# Branches that only an exception or a compiler-generated path can take are not counted. The
+# counters are updated atomically (see the preset): the command checks tables on several threads.
 coverage: test-deps
 	cmake --preset coverage
 	cmake --build --preset coverage -j $(JOBS)
