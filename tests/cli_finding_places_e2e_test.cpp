@@ -10,6 +10,8 @@
 // - "Table_type is invaild type! table:'%s'" (primary key) and "Table_type is invalid! table:'%s'"
 //   (indexes): the entry point refuses an unknown --kind before these checks run.
 // - "Table dose not have entry, table:'%s'": a negative field count, which no loaded model has.
+// - "The entry: %s is not exist! table:'%s'": a key field that is no field of the struct, which
+//   the loader refuses.
 // - "Table dose not have index, table:'%s'": the key checks look a field up in the indexes only
 //   when the table has some.
 // - "%s %s length(%lld) is greater than %s": a field of more than 2147483647 bytes, which the
@@ -19,7 +21,8 @@
 // point's "Check... failed!" lines, the field size summary "CheckFieldNameLength failed!
 // table:'%s', svrMinVersion:%s" and the list of oversized fields "ERR_ENTRY_LEN;...", and the
 // lines of the lookups a check asked ("Entry is not belong to primarykey!...", "Splittablekey
-// field is not belong to index field!...", "The index field can't be repeated!..."). Logged only,
+// field is not belong to index field!...", "Table should have primaykey!..."), and "The index
+// field can't be repeated!..." after the pair of indexes it sums up. Logged only,
 // never reported: "table:'%s' %s" of a split table key text the library cannot read (the entry
 // point's line around the failure is the finding, at the split table key), and
 // "CheckWhetherNewEntryCountWithRefer:old_meta is NULL!".
@@ -949,6 +952,23 @@ const FindingPlace kPlaces[] = {
      "The index field should be primarykey field! index:'v', table:'t'",
      "ERROR_INDEX_FIELD", false,
      {"Entry is not belong to primarykey!Entry:'v' table:'t'",
+      "CheckIndex failed! table:'t',ret:-6"}},
+    {"IndexOfATableWithoutPrimaryKey",
+     {"-t", "t"},
+     "<metalib name=\"g\">\n"
+     "  <struct name=\"t\">\n"
+     "    <entry name=\"uid\" type=\"uint64\"/>\n"
+     "    <entry name=\"v\" type=\"uint32\"/>\n"
+     "    <index name=\"by_uid\" column=\"uid\"/>\n"
+     "  </struct>\n"
+     "</metalib>\n",
+     0, 0,
+     ":5:5: also: t.by_uid: The index field should be primarykey field! index:'uid', table:'t' [E"
+     "RROR_INDEX_FIELD]",
+     5, 5, "index", "by_uid",
+     "The index field should be primarykey field! index:'uid', table:'t'",
+     "ERROR_INDEX_FIELD", true,
+     {"Table should have primaykey! table:'t'",
       "CheckIndex failed! table:'t',ret:-6"}},
     {"TwoIndexesOfTheSameColumns",
      {},
