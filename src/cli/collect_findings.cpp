@@ -1,6 +1,7 @@
 #include "cli/collect_findings.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "cli/rules.h"
 #include <velmora/check_table_error.h>
@@ -46,6 +47,23 @@ const CheckTableFailure* PreciseLookup(const std::vector<const CheckTableFailure
     if (IsLookup(*line) && IsNarrow(*line)) return line;
   }
   return nullptr;
+}
+
+// The element a line is about. Two lines name none although one attribute is what must change:
+// the display charset check is handed the text of the table's customattr2 alone, and the split
+// table key check fails without a line of its own when the key's text does not fit its buffer,
+// which leaves only the entry point's line around it.
+CheckTableElement ElementOf(const CheckTableFailure& line) {
+  static const char kDisplayCharsetFormat[] = "error stringdisplaycharset: %s";
+  static const char kSplitKeyWrapperFormat[] = "CheckSplittableKey failed! table:'%s',ret:%d";
+  CheckTableElement element = line.element;
+  if (element.kind != CheckTableElementKind::kTable || line.format == nullptr) return element;
+  if (std::strcmp(line.format, kDisplayCharsetFormat) == 0) {
+    element.kind = CheckTableElementKind::kTableAttributes;
+  } else if (std::strcmp(line.format, kSplitKeyWrapperFormat) == 0) {
+    element.kind = CheckTableElementKind::kSplitTableKey;
+  }
+  return element;
 }
 
 void SetPlace(const ZemPlace& place, Finding* finding) {
@@ -97,7 +115,7 @@ std::vector<Finding> FindingPlaces::Place(const std::string& table,
     finding.notes = notes;
     finding.help = HintForReport(line.format, line.message);
     finding.also = also;
-    Locate(table, lookup != nullptr ? lookup->element : line.element, &finding);
+    Locate(table, lookup != nullptr ? lookup->element : ElementOf(line), &finding);
     findings.push_back(std::move(finding));
   }
   return findings;
