@@ -1,6 +1,8 @@
 #include <velmora/zem_builder.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <new>
@@ -8,35 +10,76 @@
 
 namespace {
 
-// The data area under construction. Records are appended 8-byte aligned and addressed by offset,
-// so growing the area never invalidates what has been laid out.
+// The block under construction: room for the library header, then the data area. Records are
+// appended 8-byte aligned and addressed by offset from the data area, so growing the block never
+// invalidates what has been laid out. The block grows with realloc, which moves a large block by
+// remapping its pages instead of copying them, and it becomes the library itself: a schema of
+// millions of index columns never stands in memory twice.
 class Arena {
  public:
+  Arena() = default;
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+  ~Arena() { std::free(m_block); }
+
   template <typename T>
   ZEMPTR Alloc(size_t count) {
-    const size_t offset = (m_bytes.size() + 7) & ~size_t{7};
-    m_bytes.resize(offset + sizeof(T) * std::max<size_t>(count, 1), 0);
+    const size_t offset = (m_size + 7) & ~size_t{7};
+    Resize(offset + sizeof(T) * std::max<size_t>(count, 1));
     return static_cast<ZEMPTR>(offset);
   }
 
   ZEMPTR AddText(const std::string& text) {
-    const ZEMPTR offset = static_cast<ZEMPTR>(m_bytes.size());
-    m_bytes.insert(m_bytes.end(), text.begin(), text.end());
-    m_bytes.push_back('\0');
+    const ZEMPTR offset = static_cast<ZEMPTR>(m_size);
+    Resize(m_size + text.size() + 1);
+    std::memcpy(Data() + offset, text.data(), text.size());
     return offset;
   }
 
   template <typename T>
   T* At(ZEMPTR offset) {
-    return reinterpret_cast<T*>(m_bytes.data() + offset);
+    return reinterpret_cast<T*>(Data() + offset);
   }
 
-  const char* Text(ZEMPTR offset) const { return m_bytes.data() + offset; }
-  const std::vector<char>& bytes() const { return m_bytes; }
+  const char* Text(ZEMPTR offset) const { return Data() + offset; }
+  size_t size() const { return m_size; }
+
+  // Hands the block over: sizeof(tagZEMMetaLib) bytes for the header, then size() bytes of data.
+  // It is released with std::free.
+  void* Release() {
+    Reserve(m_size);
+    void* block = m_block;
+    m_block = nullptr;
+    m_size = m_capacity = 0;
+    return block;
+  }
 
  private:
-  std::vector<char> m_bytes;
+  static constexpr size_t kHeader = sizeof(tagZEMMetaLib);
+
+  char* Data() { return m_block + kHeader; }
+  const char* Data() const { return m_block + kHeader; }
+
+  // The data area holds size bytes, those past the old end zeroed.
+  void Resize(size_t size) {
+    if (size > m_capacity) Reserve(std::max(size, m_capacity * 2));
+    std::memset(Data() + m_size, 0, size - m_size);
+    m_size = size;
+  }
+
+  void Reserve(size_t capacity) {
+    void* grown = std::realloc(m_block, kHeader + std::max<size_t>(capacity, 1));
+    if (grown == nullptr) throw std::bad_alloc();
+    m_block = static_cast<char*>(grown);
+    m_capacity = std::max<size_t>(capacity, 1);
+  }
+
+  char* m_block = nullptr;
+  size_t m_size = 0;
+  size_t m_capacity = 0;
 };
+static_assert(alignof(tagZEMMetaLib) <= alignof(std::max_align_t),
+              "a block from realloc is aligned for the library header");
 
 struct BuiltMeta {
   ZEMPTR offset = ZEMPTR_NONE;
@@ -376,10 +419,8 @@ ZemMetaLibPtr MetaLibBuilder::Finish() {
   int32_t macro_num = 0;
   const ZEMPTR macro_table = LayOutMacros(macro_num);
 
-  const size_t data_size = m_arena.bytes().size();
-  void* block = ::operator new(sizeof(tagZEMMetaLib) + data_size,
-                               std::align_val_t{alignof(tagZEMMetaLib)});
-  ZemMetaLibPtr metalib(new (block) tagZEMMetaLib());
+  const size_t data_size = m_arena.size();
+  ZemMetaLibPtr metalib(new (m_arena.Release()) tagZEMMetaLib());
   metalib->uMagic = ZEM_METALIB_MAGIC;
   metalib->iVersion = m_def.version;
   metalib->iDataSize = static_cast<int64_t>(data_size);
@@ -389,7 +430,6 @@ ZemMetaLibPtr MetaLibBuilder::Finish() {
   metalib->ptrMetaTable = meta_table;
   metalib->ptrMetaByName = meta_by_name;
   metalib->ptrMacros = macro_table;
-  std::memcpy(metalib->data(), m_arena.bytes().data(), data_size);
   return metalib;
 }
 
@@ -397,7 +437,7 @@ ZemMetaLibPtr MetaLibBuilder::Finish() {
 
 void ZemMetaLibDeleter::operator()(tagZEMMetaLib* metalib) const {
   metalib->~tagZEMMetaLib();
-  ::operator delete(static_cast<void*>(metalib), std::align_val_t{alignof(tagZEMMetaLib)});
+  std::free(metalib);
 }
 
 uint32_t ZemBaseTypeUnitSize(int type, uint32_t declared_size) {
