@@ -116,17 +116,21 @@ bool IsValidUtf8(const std::string& text) {
   return true;
 }
 
+// A report's document: valid UTF-8 that parses as JSON, or the run stops.
+nlohmann::json ParseValidJson(const std::string& text) {
+  Require(IsValidUtf8(text));
+  try {
+    return nlohmann::json::parse(text);
+  } catch (const std::exception&) {
+    std::abort();
+  }
+}
+
 void RequireJsonReport(const CheckOptions& options, const SchemaRun& run) {
   std::ostringstream out;
   WriteJsonReport(options, run, out);
   const std::string text = out.str();
-  Require(IsValidUtf8(text));
-  nlohmann::json json;
-  try {
-    json = nlohmann::json::parse(text);
-  } catch (const std::exception&) {
-    std::abort();
-  }
+  const nlohmann::json json = ParseValidJson(text);
   Require(json.at("format") == 1);
   Require(json.contains("warnings") == !run.warnings.empty());
   Require(json.contains("strict") == run.strict);
@@ -192,13 +196,7 @@ void RequireSarifReport(const CheckOptions& options, const SchemaRun& run) {
   report.AddSchema(options.schema_path, run);
   report.Finish();
   const std::string text = out.str();
-  Require(IsValidUtf8(text));
-  nlohmann::json json;
-  try {
-    json = nlohmann::json::parse(text);
-  } catch (const std::exception&) {
-    std::abort();
-  }
+  const nlohmann::json json = ParseValidJson(text);
   Require(json.at("runs").size() == 1);
   Require(json.at("runs")[0].at("results").size() == AnnotationCount(run));
 }

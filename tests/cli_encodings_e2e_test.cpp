@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli_test_support.h"
+#include "text_encodings.h"
 
 namespace {
 
@@ -29,32 +30,6 @@ const char* const SCHEMA =
     "    <entry name=\"body\" type=\"string\" size=\"64\"/>\n"
     "  </struct>\n"
     "</metalib>\n";
-
-std::string WithCrLf(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    if (c == '\n') out += '\r';
-    out += c;
-  }
-  return out;
-}
-
-// The UTF-16 form of UTF-8 text of the Basic Multilingual Plane, with its byte order mark.
-std::string Utf16(const std::string& utf8, bool big_endian) {
-  std::string out = big_endian ? "\xFE\xFF" : "\xFF\xFE";
-  for (size_t i = 0; i < utf8.size();) {
-    const unsigned char lead = static_cast<unsigned char>(utf8[i]);
-    const size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : 3;
-    unsigned code = length == 1 ? lead : lead & (0x7F >> length);
-    for (size_t k = 1; k < length; ++k) code = (code << 6) | (utf8[i + k] & 0x3F);
-    i += length;
-    const char high = static_cast<char>(code >> 8);
-    const char low = static_cast<char>(code & 0xFF);
-    out += big_endian ? high : low;
-    out += big_endian ? low : high;
-  }
-  return out;
-}
 
 struct Twin {
   const char* name;

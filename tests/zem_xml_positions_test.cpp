@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "text_encodings.h"
+
 namespace {
 
 ZemLoadResult Load(const std::string& text) { return ZemLoadXmlText("game.xml", text); }
@@ -22,40 +24,6 @@ std::vector<std::string> MessagesOf(const std::string& text) {
   }
   if (!result.ok) lines.push_back(FormatZemLoadMessage(result.error, "error"));
   return lines;
-}
-
-std::string WithCrLf(const std::string& text) {
-  std::string out;
-  for (char c : text) {
-    if (c == '\n') out += '\r';
-    out += c;
-  }
-  return out;
-}
-
-// The UTF-16 form of UTF-8 text, with its byte order mark.
-std::string Utf16(const std::string& utf8, bool big_endian) {
-  std::string out = big_endian ? "\xFE\xFF" : "\xFF\xFE";
-  auto put = [&out, big_endian](unsigned unit) {
-    const char high = static_cast<char>(unit >> 8);
-    const char low = static_cast<char>(unit & 0xFF);
-    out += big_endian ? high : low;
-    out += big_endian ? low : high;
-  };
-  for (size_t i = 0; i < utf8.size();) {
-    const unsigned char lead = static_cast<unsigned char>(utf8[i]);
-    const size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    unsigned code = length == 1 ? lead : lead & (0x7F >> length);
-    for (size_t k = 1; k < length; ++k) code = (code << 6) | (utf8[i + k] & 0x3F);
-    i += length;
-    if (code < 0x10000) {
-      put(code);
-    } else {
-      put(0xD800 + ((code - 0x10000) >> 10));
-      put(0xDC00 + ((code - 0x10000) & 0x3FF));
-    }
-  }
-  return out;
 }
 
 // A warning after Chinese text on line 2, and an error on the second line of an entry spread
