@@ -76,27 +76,39 @@ class ScratchDir {
   std::string m_path;
 };
 
-// Runs the command with these arguments after the shell words of prefix (a change of folder or
-// environment: "cd DIR &&", "NO_COLOR=1") and collects what it printed and its exit status.
-inline CommandResult RunCheckTableAfter(const std::string& prefix,
-                                        const std::vector<std::string>& args) {
+// The command line "'BIN' 'ARG'...", each argument quoted for the shell.
+inline std::string CheckTableCommand(const std::vector<std::string>& args) {
+  std::string command = ShellQuote(VELMORA_CHECK_TABLE_BIN);
+  for (const std::string& arg : args) command += " " + ShellQuote(arg);
+  return command;
+}
+
+// Runs a shell command line (which redirects standard input itself, or reads /dev/null) and
+// collects its exit status, standard output and standard error.
+inline CommandResult RunShell(const std::string& command) {
   CommandResult result;
   const ScratchDir dir;
   if (!dir.ok()) return result;
   const std::string out_path = dir.File("out");
   const std::string err_path = dir.File("err");
-  std::string command = prefix + " " + ShellQuote(VELMORA_CHECK_TABLE_BIN);
-  for (const std::string& arg : args) command += " " + ShellQuote(arg);
-  command += " </dev/null >" + ShellQuote(out_path) + " 2>" + ShellQuote(err_path);
-  const int raw_status = std::system(command.c_str());
+  const std::string line = "{ " + command + "; } >" + ShellQuote(out_path) + " 2>" +
+                           ShellQuote(err_path);
+  const int raw_status = std::system(line.c_str());
   if (raw_status != -1 && WIFEXITED(raw_status)) {
     result.status = WEXITSTATUS(raw_status);
   } else {
-    ADD_FAILURE() << "the command did not exit normally: " << command;
+    ADD_FAILURE() << "the command did not exit normally: " << line;
   }
   result.out = ReadFile(out_path);
   result.err = ReadFile(err_path);
   return result;
+}
+
+// Runs the command with these arguments after the shell words of prefix (a change of folder or
+// environment: "cd DIR &&", "NO_COLOR=1") and collects what it printed and its exit status.
+inline CommandResult RunCheckTableAfter(const std::string& prefix,
+                                        const std::vector<std::string>& args) {
+  return RunShell(prefix + " " + CheckTableCommand(args) + " </dev/null");
 }
 
 // Runs the command with these arguments and collects what it printed and its exit status.
