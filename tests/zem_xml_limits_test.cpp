@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <random>
 #include <string>
@@ -338,6 +339,37 @@ TEST(ZemXmlLimits, PositionsAreExactOnLongLinesAndManyLines) {
       ASSERT_EQ(at.line, expected[offset].line) << "round " << round << " offset " << offset;
       ASSERT_EQ(at.column, expected[offset].column) << "round " << round << " offset " << offset;
     }
+  }
+}
+
+TEST(ZemXmlLimits, PositionsAreExactWhenAskedForInAnyOrder) {
+  std::mt19937 rng(7);
+  const char* const pieces[] = {"ab", "\n", "\xe4\xb8\xad", "\xf0\x9f\x98\x80", "cdefghijk"};
+  for (int round = 0; round < 4; ++round) {
+    std::string text;
+    const size_t target = 20000 + rng() % 20000;
+    while (text.size() < target) {
+      const unsigned pick = rng() % 5;
+      // Every other text is one long line.
+      if (round % 2 == 0 && pick == 1) continue;
+      text += pieces[pick];
+    }
+    ZemXmlText decoded;
+    std::string error;
+    ZemTextPosition error_at;
+    ASSERT_TRUE(decoded.Decode(ZemBytes(text.data(), text.size()), &error, &error_at)) << error;
+    const std::vector<ZemTextPosition> expected = CountedPositions(text);
+    // Forward jumps, steps back within a line and across many checkpoints, and the end.
+    for (int ask = 0; ask < 3000; ++ask) {
+      const size_t offset =
+          ask % 3 == 0 ? rng() % (text.size() + 1) : std::min(text.size(), rng() % 64 + ask * 7);
+      const ZemTextPosition at = decoded.PositionOf(offset);
+      ASSERT_EQ(at.line, expected[offset].line) << "round " << round << " offset " << offset;
+      ASSERT_EQ(at.column, expected[offset].column) << "round " << round << " offset " << offset;
+    }
+    const ZemTextPosition past_end = decoded.PositionOf(text.size() + 100);
+    EXPECT_EQ(past_end.line, expected.back().line);
+    EXPECT_EQ(past_end.column, expected.back().column);
   }
 }
 

@@ -1266,6 +1266,37 @@ TEST(ZemXmlLoader, KeepsThePlacesOfStructsEntriesIndexesAndKeyAttributes) {
   EXPECT_TRUE(SamePlace(places.Of(&text), 0, 0));
 }
 
+TEST(ZemXmlLoader, SourcePlacesKeepTheLastPlacesAddedForAHandle) {
+  ZemSourcePlaces places;
+  std::vector<long> handles(3000);
+  ZemPlace attributes[ZemSourcePlaces::ATTRIBUTE_NUM] = {{1, 2}, {0, 0}, {3, 4}};
+  for (size_t i = 0; i < handles.size(); ++i) {
+    const int line = static_cast<int>(i) + 1;
+    places.Add(&handles[i], ZemPlace{line, 7}, i % 2 == 0 ? attributes : nullptr);
+  }
+  for (size_t i = 0; i < handles.size(); ++i) {
+    const int line = static_cast<int>(i) + 1;
+    ASSERT_TRUE(SamePlace(places.Of(&handles[i]), line, 7));
+    const ZemPlace key = places.OfAttribute(&handles[i], ZemSourcePlaces::PRIMARY_KEY);
+    ASSERT_TRUE(i % 2 == 0 ? SamePlace(key, 1, 2) : SamePlace(key, 0, 0));
+    ASSERT_TRUE(SamePlace(places.OfAttribute(&handles[i], ZemSourcePlaces::SPLIT_TABLE_KEY), 0, 0));
+  }
+  // Added again: the new places replace the old, attributes given or taken away.
+  places.Add(&handles[1], ZemPlace{9, 9}, attributes);
+  places.Add(&handles[0], ZemPlace{8, 8}, nullptr);
+  EXPECT_TRUE(SamePlace(places.Of(&handles[1]), 9, 9));
+  EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[1], ZemSourcePlaces::CUSTOM_ATTR2), 3, 4));
+  EXPECT_TRUE(SamePlace(places.Of(&handles[0]), 8, 8));
+  EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[0], ZemSourcePlaces::PRIMARY_KEY), 0, 0));
+  // No place for NULL, a handle never added, or an attribute out of range.
+  places.Add(nullptr, ZemPlace{5, 5}, nullptr);
+  EXPECT_TRUE(SamePlace(places.Of(nullptr), 0, 0));
+  const long stranger = 0;
+  EXPECT_TRUE(SamePlace(places.Of(&stranger), 0, 0));
+  EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[2], ZemSourcePlaces::ATTRIBUTE_NUM), 0, 0));
+  EXPECT_TRUE(SamePlace(ZemSourcePlaces().Of(&handles[0]), 0, 0));
+}
+
 TEST(ZemXmlLoader, ListsTheErrorOfEveryStructThatCannotBeBuiltUpToFifty) {
   const std::string text =
       "<metalib name=\"m\">\n"

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -95,15 +94,30 @@ class VELMORA_API ZemSourcePlaces {
   // element was written without it.
   ZemPlace OfAttribute(const void* handle, Attribute attribute) const;
 
-  // Records the place of the element of a handle, and of its attributes.
+  // Records the place of the element of a handle, and of its attributes (NULL: none); a handle
+  // added again gets the new places.
   void Add(const void* handle, const ZemPlace& element, const ZemPlace* attributes);
+  // Makes room for this many handles without growing again.
+  void Reserve(size_t handles);
 
  private:
-  struct Places {
+  struct Record {
+    const void* handle;
     ZemPlace element;
-    ZemPlace attributes[ATTRIBUTE_NUM];
+    uint32_t attributes;  // position + 1 in m_attributes; 0 when none was written
   };
-  std::unordered_map<const void*, Places> m_places;
+  struct AttributePlaces {
+    ZemPlace of[ATTRIBUTE_NUM];
+  };
+  const Record* Find(const void* handle) const;
+  size_t SlotOf(const void* handle) const;
+  void Rehash(size_t slots);
+
+  // An open-addressing table of the records' positions + 1 (0: an empty slot), at most half
+  // full: a few words per element of a file, where most entries have no attribute to place.
+  std::vector<uint32_t> m_slots;
+  std::vector<Record> m_records;
+  std::vector<AttributePlaces> m_attributes;
 };
 
 struct ZemLoadResult {

@@ -6,7 +6,9 @@
 #include <cstring>
 #include <map>
 #include <new>
-#include <unordered_map>
+#include <string_view>
+
+#include "schema/zem_name_table.h"
 
 namespace {
 
@@ -87,22 +89,28 @@ struct BuiltMeta {
   int32_t size = 0;
 };
 
-// Finds a meta's entries by name; the first of two entries with one name wins.
+// Finds a meta's entries by name; the first of two entries with one name wins. The names are not
+// copied: the description outlives the finder.
 class EntryFinder {
  public:
   explicit EntryFinder(const ZemMetaDef& meta) {
+    m_by_name.Reserve(meta.entries.size());
     for (size_t i = 0; i < meta.entries.size(); ++i) {
-      m_by_name.emplace(meta.entries[i].name, static_cast<int>(i));
+      m_by_name.Add(Named{meta.entries[i].name, static_cast<int>(i)});
     }
   }
   // The entry's position, or -1.
-  int Find(const std::string& name) const {
-    auto found = m_by_name.find(name);
-    return found == m_by_name.end() ? -1 : found->second;
+  int Find(std::string_view name) const {
+    const size_t found = m_by_name.Find(name);
+    return found == ZemNameTable<Named>::NOT_FOUND ? -1 : m_by_name[found].entry;
   }
 
  private:
-  std::unordered_map<std::string, int> m_by_name;
+  struct Named {
+    std::string_view name;
+    int entry;
+  };
+  ZemNameTable<Named> m_by_name;
 };
 
 int32_t ClampToInt(int64_t value) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <stdexcept>
 
 #include "base/ascii.h"
 #include "schema/zem_xml_input.h"
@@ -56,6 +57,11 @@ bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
 // Records the places of the metas of def, found in the metalib built from it, by their handles.
 void PlaceHandles(LPZEMMETALIB metalib, const ZemMetaLibDef& def,
                   const std::vector<ZemMetaPlaces>& places, ZemSourcePlaces* out) {
+  size_t handles = 0;
+  for (const ZemMetaPlaces& meta_places : places) {
+    handles += 1 + meta_places.entries.size() + meta_places.indexes.size();
+  }
+  out->Reserve(handles);
   for (size_t i = 0; i < def.metas.size() && i < places.size(); ++i) {
     LPZEMMETA meta = zem_get_meta_by_name(metalib, def.metas[i].name.c_str());
     if (meta == nullptr) continue;
@@ -139,23 +145,74 @@ ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& te
 }
 
 ZemPlace ZemSourcePlaces::Of(const void* handle) const {
-  const auto found = m_places.find(handle);
-  return found != m_places.end() ? found->second.element : ZemPlace();
+  const Record* record = Find(handle);
+  return record != nullptr ? record->element : ZemPlace();
 }
 
 ZemPlace ZemSourcePlaces::OfAttribute(const void* handle, Attribute attribute) const {
-  const auto found = m_places.find(handle);
-  if (found == m_places.end() || attribute < 0 || attribute >= ATTRIBUTE_NUM) return ZemPlace();
-  return found->second.attributes[attribute];
+  const Record* record = Find(handle);
+  if (record == nullptr || record->attributes == 0 || attribute < 0 || attribute >= ATTRIBUTE_NUM) {
+    return ZemPlace();
+  }
+  return m_attributes[record->attributes - 1].of[attribute];
 }
 
 void ZemSourcePlaces::Add(const void* handle, const ZemPlace& element,
                           const ZemPlace* attributes) {
   if (handle == nullptr) return;
-  Places& places = m_places[handle];
-  places.element = element;
-  for (int i = 0; i < ATTRIBUTE_NUM; ++i) {
-    places.attributes[i] = attributes != nullptr ? attributes[i] : ZemPlace();
+  if ((m_records.size() + 1) * 2 > m_slots.size()) Reserve((m_records.size() + 1) * 2);
+  uint32_t& slot = m_slots[SlotOf(handle)];
+  if (slot == 0) {
+    if (m_records.size() >= UINT32_MAX - 1) throw std::length_error("too many places in a file");
+    m_records.push_back(Record{handle, ZemPlace(), 0});
+    slot = static_cast<uint32_t>(m_records.size());
+  }
+  Record& record = m_records[slot - 1];
+  record.element = element;
+  bool written = false;
+  for (int i = 0; attributes != nullptr && i < ATTRIBUTE_NUM; ++i) {
+    written = written || attributes[i].line != 0;
+  }
+  if (!written) {
+    if (record.attributes != 0) m_attributes[record.attributes - 1] = AttributePlaces();
+    return;
+  }
+  if (record.attributes == 0) {
+    m_attributes.emplace_back();
+    record.attributes = static_cast<uint32_t>(m_attributes.size());
+  }
+  std::copy(attributes, attributes + ATTRIBUTE_NUM, m_attributes[record.attributes - 1].of);
+}
+
+void ZemSourcePlaces::Reserve(size_t handles) {
+  m_records.reserve(handles);
+  if (handles * 2 > m_slots.size()) Rehash(handles * 2);
+}
+
+const ZemSourcePlaces::Record* ZemSourcePlaces::Find(const void* handle) const {
+  if (m_slots.empty() || handle == nullptr) return nullptr;
+  const uint32_t slot = m_slots[SlotOf(handle)];
+  return slot != 0 ? &m_records[slot - 1] : nullptr;
+}
+
+// Handles are addresses of records at least 8 bytes apart: their low bits carry nothing, and the
+// multiplication spreads the rest over the slot bits.
+size_t ZemSourcePlaces::SlotOf(const void* handle) const {
+  const size_t mask = m_slots.size() - 1;
+  const uint64_t key = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(handle));
+  for (size_t slot = static_cast<size_t>(((key >> 3) * 0x9E3779B97F4A7C15ULL) >> 32) & mask;;
+       slot = (slot + 1) & mask) {
+    const uint32_t held = m_slots[slot];
+    if (held == 0 || m_records[held - 1].handle == handle) return slot;
+  }
+}
+
+void ZemSourcePlaces::Rehash(size_t slots) {
+  size_t size = 16;
+  while (size < slots) size *= 2;
+  m_slots.assign(size, 0);
+  for (size_t i = 0; i < m_records.size(); ++i) {
+    m_slots[SlotOf(m_records[i].handle)] = static_cast<uint32_t>(i + 1);
   }
 }
 

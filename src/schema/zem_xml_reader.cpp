@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/ascii.h"
+#include "schema/zem_name_table.h"
 #include "schema/zem_xml_suggest.h"
 #include "schema/zem_xml_values.h"
 
@@ -24,6 +25,8 @@ constexpr size_t MAX_ENTRY_CUSTOMATTR2_BYTES = ZEM_MAX_ENTRY_CUSTOMATTR2_BYTES;
 // also keeps every size the checks compute within an int.
 constexpr int64_t MAX_SIZE_BYTES = ZEM_MAX_SIZE_BYTES;
 constexpr size_t MAX_KEY_MEMBERS = ZEM_MAX_KEY_MEMBERS;
+// The model counts a struct's entries in an int.
+constexpr size_t MAX_ENTRIES = INT32_MAX;
 
 // Kinds of warnings. A file may hold millions of one kind; the first ZEM_MAX_WARNINGS_PER_KIND
 // are listed and the rest counted, so that warnings cost memory in proportion to the limit.
@@ -106,10 +109,12 @@ bool IsTableAttributeKey(std::string_view key) {
   return true;
 }
 
-// The first byte settles most comparisons: a file of millions of unknown elements is common
-// enough among generated ones.
+// Compared in place, without a library call: the first byte settles most comparisons, and every
+// element and attribute of a file is compared with a few known names.
 bool SameName(const char* name, const char* known) {
-  return name[0] == known[0] && std::strcmp(name, known) == 0;
+  size_t i = 0;
+  while (known[i] != '\0' && name[i] == known[i]) ++i;
+  return known[i] == '\0' && name[i] == '\0';
 }
 
 ElementKind KindOfElement(const char* name) {
@@ -155,6 +160,14 @@ struct Attributes {
   const pugi::xml_attribute& operator[](AttributeKind kind) const { return of[kind]; }
 };
 
+// What a load message is about ("entry 'hp'", "struct 'role'"); its words are made only for a
+// message, not for every element read.
+struct Owner {
+  const char* kind;
+  std::string_view name;
+  std::string Text() const { return std::string(kind) + " " + Quote(name); }
+};
+
 // A struct or union already seen; its size is known once it is complete.
 struct KnownMeta {
   bool is_union = false;
@@ -163,8 +176,9 @@ struct KnownMeta {
   size_t offset = 0;  // where its element starts in the text
 };
 
+// An entry of the struct or union being read; its position in the table is its index.
 struct KnownEntry {
-  size_t index = 0;
+  std::string_view name;
   int type = 0;
   int64_t count = 0;
   size_t offset = 0;
@@ -181,7 +195,7 @@ struct MetaState {
   std::string_view name;
   ZemMetaDef* def = nullptr;
   ZemMetaPlaces* places = nullptr;
-  std::unordered_map<std::string_view, KnownEntry> entries;
+  ZemNameTable<KnownEntry> entries;
   std::unordered_map<std::string_view, size_t> index_offsets;
   std::vector<PendingIndex> indexes;
   int64_t size = 0;
@@ -191,7 +205,7 @@ struct MetaState {
 // records the load error and returns false, so the walk stops at the first error.
 class SchemaReader {
  public:
-  SchemaReader(const std::string& file, const ZemXmlText& text, ZemLoadResult* result)
+  SchemaReader(const std::string& file, ZemXmlText& text, ZemLoadResult* result)
       : m_file(file), m_text(text), m_result(result) {}
 
   bool Read(const pugi::xml_document& document, const char* data) {
@@ -246,17 +260,17 @@ class SchemaReader {
     const size_t name = OffsetOf(node.name());
     return name > 0 ? name - 1 : 0;
   }
-  int LineOf(size_t offset) const { return m_text.PositionOf(offset).line; }
-  ZemPlace PlaceOf(size_t offset) const {
+  int LineOf(size_t offset) { return m_text.PositionOf(offset).line; }
+  ZemPlace PlaceOf(size_t offset) {
     const ZemTextPosition position = m_text.PositionOf(offset);
     return ZemPlace{position.line, position.column};
   }
   // An attribute's place is that of its name; an absent attribute has none.
-  ZemPlace PlaceOf(const pugi::xml_attribute& attribute) const {
+  ZemPlace PlaceOf(const pugi::xml_attribute& attribute) {
     return attribute ? PlaceOf(OffsetOf(attribute.name())) : ZemPlace();
   }
 
-  ZemLoadMessage MessageAt(size_t offset, std::string text) const {
+  ZemLoadMessage MessageAt(size_t offset, std::string text) {
     const ZemTextPosition position = m_text.PositionOf(offset);
     return ZemLoadMessage{m_file, position.line, position.column, std::move(text)};
   }
@@ -288,7 +302,7 @@ class SchemaReader {
   // a warning; a known attribute written twice is malformed XML.
   bool CollectAttributes(const pugi::xml_node& node, ElementKind element, Attributes* attributes) {
     const unsigned accepted = AcceptedAttributes(element);
-    const std::string where = "<" + std::string(node.name()) + ">";
+    auto where = [&node]() { return "<" + std::string(node.name()) + ">"; };
     // Found once per element, and only for an element with an unknown attribute to warn about.
     std::optional<unsigned> missing;
     for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
@@ -300,7 +314,7 @@ class SchemaReader {
                if (!missing) missing = MissingAttributes(node, element);
                const char* known[ATTR_KIND_NUM];
                const size_t known_count = AttributeNames(*missing, known);
-               return "unknown attribute '" + std::string(attribute.name()) + "' of " + where +
+               return "unknown attribute '" + std::string(attribute.name()) + "' of " + where() +
                       " is ignored" + DidYouMean(attribute.name(), known, known_count);
              });
         continue;
@@ -308,14 +322,14 @@ class SchemaReader {
       if ((accepted & Bit(static_cast<AttributeKind>(kind))) == 0) {
         Warn(WARN_ATTRIBUTE_NOT_APPLYING, OffsetOf(attribute.name()), "attribute", attribute.name(),
              [&]() {
-          return "attribute '" + std::string(attribute.name()) + "' does not apply to " + where +
-                 " and is ignored";
-        });
+               return "attribute '" + std::string(attribute.name()) + "' does not apply to " +
+                      where() + " and is ignored";
+             });
         continue;
       }
       if (attributes->of[kind]) {
         return Fail(attribute, "malformed XML: attribute '" + std::string(attribute.name()) +
-                                   "' appears twice in " + where);
+                                   "' appears twice in " + where());
       }
       attributes->of[kind] = attribute;
     }
@@ -349,7 +363,7 @@ class SchemaReader {
   // Keys of a table's customattr2 that no table check reads: a misspelt ListNum or TableType
   // would otherwise change the kind of table in silence. Blanks are not part of a key, as the
   // checks remove them; a segment without "=" names no key and is left to the checks.
-  void WarnUnknownTableKeys(const pugi::xml_attribute& attribute, const std::string& owner) {
+  void WarnUnknownTableKeys(const pugi::xml_attribute& attribute, const Owner& owner) {
     const std::string_view text = attribute.value();
     for (size_t start = 0; start <= text.size();) {
       size_t end = text.find(';', start);
@@ -367,7 +381,7 @@ class SchemaReader {
            [&]() {
              const std::string suggestion =
                  DidYouMean(key, TABLE_ATTRIBUTE_KEYS, TABLE_ATTRIBUTE_KEY_NUM);
-             return owner + ": unknown key " + Quote(key) + " in customattr2" +
+             return owner.Text() + ": unknown key " + Quote(key) + " in customattr2" +
                     (suggestion.empty() ? "; the keys the table checks read are DataProtocolType, "
                                           "TableType, ListNum, SortFieldNum, SortRule and "
                                           "stringdisplaycharset"
@@ -377,7 +391,7 @@ class SchemaReader {
   }
 
   // An int-valued attribute (a version): a whole decimal number within the int range.
-  bool ReadVersion(const pugi::xml_attribute& attribute, const std::string& owner, int* version) {
+  bool ReadVersion(const pugi::xml_attribute& attribute, const Owner& owner, int* version) {
     if (!attribute) return true;
     int64_t value = 0;
     switch (ParseInt(attribute.value(), &value)) {
@@ -385,33 +399,36 @@ class SchemaReader {
         *version = static_cast<int>(value);
         return true;
       case NUMBER_OUT_OF_RANGE:
-        return Fail(attribute, owner + ": version " + Quote(attribute.value()) +
+        return Fail(attribute, owner.Text() + ": version " + Quote(attribute.value()) +
                                    " is outside the int range");
       case NUMBER_NONE:
         break;
     }
-    return Fail(attribute,
-                owner + ": version " + Quote(attribute.value()) + " is not a decimal integer");
+    return Fail(attribute, owner.Text() + ": version " + Quote(attribute.value()) +
+                               " is not a decimal integer");
   }
 
   // A count or size: a whole decimal number or the name of a macro defined before it. *value
   // keeps its sign; a number beyond the int range is an error here.
-  bool ReadNumberOrMacro(const pugi::xml_attribute& attribute, const std::string& owner,
-                         bool* is_macro, int64_t* value) {
-    const std::string what = std::string(attribute.name()) + " " + Quote(attribute.value());
+  bool ReadNumberOrMacro(const pugi::xml_attribute& attribute, const Owner& owner, bool* is_macro,
+                         int64_t* value) {
+    auto what = [&attribute]() {
+      return std::string(attribute.name()) + " " + Quote(attribute.value());
+    };
     *is_macro = false;
     switch (ParseInt(attribute.value(), value)) {
       case NUMBER_OK:
         return true;
       case NUMBER_OUT_OF_RANGE:
         if (*value < 0) return true;
-        return Fail(attribute, owner + ": " + what + " is larger than 2147483647");
+        return Fail(attribute, owner.Text() + ": " + what() + " is larger than 2147483647");
       case NUMBER_NONE:
         break;
     }
     const auto macro = m_macros.find(attribute.value());
     if (macro == m_macros.end()) {
-      return Fail(attribute, owner + ": " + what + " is neither a number nor a defined macro");
+      return Fail(attribute,
+                  owner.Text() + ": " + what() + " is neither a number nor a defined macro");
     }
     *is_macro = true;
     *value = macro->second;
@@ -423,7 +440,7 @@ class SchemaReader {
     if (!CollectAttributes(node, ELEMENT_METALIB, &attributes)) return false;
     if (!attributes[ATTR_NAME]) return Fail(node, "metalib has no 'name' attribute");
     m_def.name = attributes[ATTR_NAME].value();
-    if (!ReadVersion(attributes[ATTR_VERSION], "metalib " + Quote(m_def.name), &m_def.version)) {
+    if (!ReadVersion(attributes[ATTR_VERSION], Owner{"metalib", m_def.name}, &m_def.version)) {
       return false;
     }
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
@@ -470,24 +487,24 @@ class SchemaReader {
     WarnChildElements(node);
     if (!attributes[ATTR_NAME]) return Fail(node, "macro has no 'name' attribute");
     const std::string_view name = attributes[ATTR_NAME].value();
-    const std::string owner = "macro " + Quote(name);
+    const Owner owner{"macro", name};
     const pugi::xml_attribute& value_attribute = attributes[ATTR_VALUE];
-    if (!value_attribute) return Fail(node, owner + " has no 'value' attribute");
+    if (!value_attribute) return Fail(node, owner.Text() + " has no 'value' attribute");
     int64_t value = 0;
     switch (ParseInt(value_attribute.value(), &value)) {
       case NUMBER_OK:
         break;
       case NUMBER_OUT_OF_RANGE:
-        return Fail(value_attribute, owner + ": value " + Quote(value_attribute.value()) +
+        return Fail(value_attribute, owner.Text() + ": value " + Quote(value_attribute.value()) +
                                          " is outside the int range");
       case NUMBER_NONE:
-        return Fail(value_attribute, owner + ": value " + Quote(value_attribute.value()) +
+        return Fail(value_attribute, owner.Text() + ": value " + Quote(value_attribute.value()) +
                                          " is not a decimal integer");
     }
     const auto inserted = m_macros.emplace(name, static_cast<int>(value));
     if (!inserted.second) {
       Warn(WARN_MACRO_AGAIN, OffsetOf(node), "element", node.name(), [&]() {
-        return owner + " is defined again; its value changes from " +
+        return owner.Text() + " is defined again; its value changes from " +
                std::to_string(inserted.first->second) + " to " + std::to_string(value);
       });
       inserted.first->second = static_cast<int>(value);
@@ -502,9 +519,26 @@ class SchemaReader {
     m_places.emplace_back();
     ZemMetaPlaces* places = &m_places.back();
     places->element = PlaceOf(offset);
-    places->attributes[ZemSourcePlaces::PRIMARY_KEY] = PlaceOf(attributes[ATTR_PRIMARYKEY]);
-    places->attributes[ZemSourcePlaces::SPLIT_TABLE_KEY] = PlaceOf(attributes[ATTR_SPLITTABLEKEY]);
-    places->attributes[ZemSourcePlaces::CUSTOM_ATTR2] = PlaceOf(attributes[ATTR_CUSTOMATTR2]);
+    // Placed in the order they are written, so that the places of a file are found in one pass.
+    struct Wanted {
+      size_t offset;
+      ZemPlace* place;
+    } wanted[ZemSourcePlaces::ATTRIBUTE_NUM];
+    size_t wanted_num = 0;
+    const AttributeKind kinds[ZemSourcePlaces::ATTRIBUTE_NUM] = {
+        ATTR_PRIMARYKEY, ATTR_SPLITTABLEKEY, ATTR_CUSTOMATTR2};
+    for (int i = 0; i < ZemSourcePlaces::ATTRIBUTE_NUM; ++i) {
+      if (attributes[kinds[i]]) {
+        wanted[wanted_num++] =
+            Wanted{OffsetOf(attributes[kinds[i]].name()), &places->attributes[i]};
+      }
+    }
+    for (size_t i = 1; i < wanted_num; ++i) {
+      for (size_t j = i; j > 0 && wanted[j].offset < wanted[j - 1].offset; --j) {
+        std::swap(wanted[j], wanted[j - 1]);
+      }
+    }
+    for (size_t i = 0; i < wanted_num; ++i) *wanted[i].place = PlaceOf(wanted[i].offset);
     return places;
   }
 
@@ -523,13 +557,13 @@ class SchemaReader {
                                       std::to_string(meta.name.size()) +
                                       " bytes is too long; a name has at most 127 bytes");
     }
-    const std::string owner = std::string(meta.kind) + " " + Quote(meta.name);
+    const Owner owner{meta.kind, meta.name};
     KnownMeta known;
     known.is_union = is_union;
     known.offset = OffsetOf(node);
     const auto inserted = m_metas.emplace(meta.name, known);
     if (!inserted.second) {
-      return Fail(node, owner + ": the name is already used by the " +
+      return Fail(node, owner.Text() + ": the name is already used by the " +
                             (inserted.first->second.is_union ? "union" : "struct") + " at line " +
                             std::to_string(LineOf(inserted.first->second.offset)));
     }
@@ -547,7 +581,7 @@ class SchemaReader {
 
     if (!ReadMetaChildren(node, is_union, &meta)) return false;
     if (meta.size > MAX_SIZE_BYTES) {
-      return Fail(node, owner + ": " + std::to_string(meta.size) +
+      return Fail(node, owner.Text() + ": " + std::to_string(meta.size) +
                             " bytes exceed the limit of 2147483647 bytes");
     }
     if (!ReadPrimaryKey(attributes[ATTR_PRIMARYKEY], &meta)) return false;
@@ -559,7 +593,7 @@ class SchemaReader {
     done.size = meta.size;
     ZemMetaInfo info;
     info.name = meta.def->name;
-    info.line = LineOf(OffsetOf(node));
+    info.line = meta.places->element.line;
     info.is_union = is_union;
     info.has_primary_key = !meta.def->primary_key.empty();
     m_result->metas.push_back(std::move(info));
@@ -575,7 +609,11 @@ class SchemaReader {
         ++entries;
       }
     }
-    meta->entries.reserve(entries);
+    if (entries > MAX_ENTRIES) {
+      return Fail(node, Owner{meta->kind, meta->name}.Text() + " has " + std::to_string(entries) +
+                            " entries; at most " + std::to_string(MAX_ENTRIES) + " fit");
+    }
+    meta->entries.Reserve(entries);
     meta->def->entries.reserve(entries);
     meta->places->entries.reserve(entries);
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
@@ -593,7 +631,7 @@ class SchemaReader {
   }
 
   // The entry's type: a base type (letter case ignored) or a struct or union defined earlier.
-  bool ReadEntryType(const pugi::xml_attribute& attribute, const std::string& owner,
+  bool ReadEntryType(const pugi::xml_attribute& attribute, const Owner& owner,
                      const MetaState& meta, ZemEntryDef* entry, const KnownMeta** type_meta) {
     const std::string_view type = attribute.value();
     const BaseType* base = FindBaseType(type);
@@ -603,15 +641,15 @@ class SchemaReader {
     }
     const auto found = m_metas.find(type);
     if (found == m_metas.end() && m_broken.count(std::string(type)) != 0) {
-      return Fail(attribute, owner + ": type " + Quote(type) +
+      return Fail(attribute, owner.Text() + ": type " + Quote(type) +
                                  " is a struct or union that could not be built");
     }
     if (found == m_metas.end()) {
-      return Fail(attribute, owner + ": type " + Quote(type) +
+      return Fail(attribute, owner.Text() + ": type " + Quote(type) +
                                  " is neither a base type nor a struct or union defined earlier");
     }
     if (!found->second.complete) {
-      return Fail(attribute, owner + ": type " + Quote(type) + " is the " + meta.kind +
+      return Fail(attribute, owner.Text() + ": type " + Quote(type) + " is the " + meta.kind +
                                  " being defined; a " + meta.kind + " cannot contain itself");
     }
     entry->type = found->second.is_union ? ZEM_TYPE_UNION : ZEM_TYPE_STRUCT;
@@ -621,75 +659,75 @@ class SchemaReader {
   }
 
   // A string's or wstring's declared size; 0 when none is given (or the type takes no size).
-  bool ReadEntrySize(const pugi::xml_attribute& attribute, const std::string& owner, int type,
+  bool ReadEntrySize(const pugi::xml_attribute& attribute, const Owner& owner, int type,
                      bool is_meta_type, int64_t* declared) {
     *declared = 0;
     // A struct or union has the size of its entries whatever the entry says.
     if (!attribute || is_meta_type) return true;
     if (type != ZEM_TYPE_STRING && type != ZEM_TYPE_WSTRING) {
-      return Fail(attribute, owner + ": size applies only to string and wstring, not to type '" +
+      return Fail(attribute, owner.Text() +
+                                 ": size applies only to string and wstring, not to type '" +
                                  BaseTypeName(type) + "'");
     }
     bool is_macro = false;
     if (!ReadNumberOrMacro(attribute, owner, &is_macro, declared)) return false;
     if (*declared > 0) return true;
     const std::string what = "size " + Quote(attribute.value());
-    return Fail(attribute, owner + ": " + what +
+    return Fail(attribute, owner.Text() + ": " + what +
                                (is_macro ? " stands for " + std::to_string(*declared) + ", which"
                                          : std::string()) +
                                " is not positive");
   }
 
-  bool ReadEntryCount(const pugi::xml_attribute& attribute, const std::string& owner,
-                      int64_t* count) {
+  bool ReadEntryCount(const pugi::xml_attribute& attribute, const Owner& owner, int64_t* count) {
     *count = 1;
     if (!attribute) return true;
     bool is_macro = false;
     if (!ReadNumberOrMacro(attribute, owner, &is_macro, count)) return false;
     if (*count >= 0) return true;
     const std::string what = "count " + Quote(attribute.value());
-    return Fail(attribute, owner + ": " + what +
+    return Fail(attribute, owner.Text() + ": " + what +
                                (is_macro ? " stands for " + std::to_string(*count) + ", which"
                                          : std::string()) +
                                " is negative");
   }
 
   // The refer: an earlier entry of the same struct holding a single integer of at most 32 bits.
-  bool ReadEntryRefer(const pugi::xml_attribute& attribute, const std::string& owner,
+  bool ReadEntryRefer(const pugi::xml_attribute& attribute, const Owner& owner,
                       const MetaState& meta, size_t entry_index, ZemEntryDef* entry) {
     if (!attribute) return true;
     const std::string_view refer = attribute.value();
-    const std::string what = "refer " + Quote(refer);
-    if (refer.empty()) return Fail(attribute, owner + ": refer is empty");
-    const auto found = meta.entries.find(refer);
-    if (found == meta.entries.end() || found->second.index >= entry_index) {
-      return Fail(attribute, owner + ": " + what + " names no earlier entry of " + meta.kind +
-                                 " " + Quote(meta.name));
+    auto what = [&refer]() { return "refer " + Quote(refer); };
+    if (refer.empty()) return Fail(attribute, owner.Text() + ": refer is empty");
+    const size_t found = meta.entries.Find(refer);
+    if (found == ZemNameTable<KnownEntry>::NOT_FOUND || found >= entry_index) {
+      return Fail(attribute, owner.Text() + ": " + what() + " names no earlier entry of " +
+                                 meta.kind + " " + Quote(meta.name));
     }
-    const KnownEntry& target = found->second;
+    const KnownEntry& target = meta.entries[found];
     if (target.type < ZEM_TYPE_INT8 || target.type > ZEM_TYPE_UINT32) {
       const std::string type_name = target.type <= ZEM_TYPE_STRUCT
-                                        ? meta.def->entries[target.index].type_meta
+                                        ? meta.def->entries[found].type_meta
                                         : BaseTypeName(target.type);
-      return Fail(attribute, owner + ": " + what + " has type " + Quote(type_name) +
+      return Fail(attribute, owner.Text() + ": " + what() + " has type " + Quote(type_name) +
                                  "; a refer must be an integer of at most 32 bits (int8, uint8,"
                                  " byte, int16, uint16, int32 or uint32)");
     }
     if (target.count != 1) {
-      return Fail(attribute, owner + ": " + what + " has count " + std::to_string(target.count) +
-                                 "; a refer must have count 1");
+      return Fail(attribute, owner.Text() + ": " + what() + " has count " +
+                                 std::to_string(target.count) + "; a refer must have count 1");
     }
     entry->refer = std::string(refer);
     return true;
   }
 
   // The entry's custom attribute text, as written; at most 2047 bytes.
-  bool ReadEntryCustomAttr(const pugi::xml_attribute& attribute, const std::string& owner,
+  bool ReadEntryCustomAttr(const pugi::xml_attribute& attribute, const Owner& owner,
                            ZemEntryDef* entry) {
     if (!attribute) return true;
     const size_t length = std::strlen(attribute.value());
     if (length > MAX_ENTRY_CUSTOMATTR2_BYTES) {
-      return Fail(attribute, owner + ": customattr2 of " + std::to_string(length) +
+      return Fail(attribute, owner.Text() + ": customattr2 of " + std::to_string(length) +
                                  " bytes is too long; it has at most 2047 bytes");
     }
     entry->customattr2 = std::string(attribute.value(), length);
@@ -699,11 +737,11 @@ class SchemaReader {
   // Adds the entry's bytes (unit x count, count 0 counted as 1) to its struct or union. Sizes are
   // computed in 64 bits: a unit of at most 2^32 bytes times a count of at most 2^31 cannot
   // overflow, and no sum of entries can either.
-  bool AddEntrySize(const pugi::xml_node& node, const std::string& owner, int64_t unit,
-                    int64_t count, MetaState* meta) {
+  bool AddEntrySize(const pugi::xml_node& node, const Owner& owner, int64_t unit, int64_t count,
+                    MetaState* meta) {
     const int64_t bytes = unit * std::max<int64_t>(count, 1);
     if (bytes > MAX_SIZE_BYTES) {
-      return Fail(node, owner + ": " + std::to_string(bytes) + " bytes (" +
+      return Fail(node, owner.Text() + ": " + std::to_string(bytes) + " bytes (" +
                             std::to_string(unit) + " x " + std::to_string(count) +
                             ") exceed the limit of 2147483647 bytes");
     }
@@ -715,30 +753,29 @@ class SchemaReader {
     Attributes attributes;
     if (!CollectAttributes(node, ELEMENT_ENTRY, &attributes)) return false;
     WarnChildElements(node);
-    const std::string where = std::string(meta->kind) + " " + Quote(meta->name);
+    const Owner where{meta->kind, meta->name};
     const pugi::xml_attribute& name_attribute = attributes[ATTR_NAME];
-    if (!name_attribute) return Fail(node, "entry of " + where + " has no 'name' attribute");
+    if (!name_attribute) return Fail(node, "entry of " + where.Text() + " has no 'name' attribute");
     const std::string_view name = name_attribute.value();
     if (name.size() > MAX_NAME_BYTES) {
-      return Fail(name_attribute, "entry name of " + std::to_string(name.size()) +
-                                      " bytes in " + where +
-                                      " is too long; a name has at most 127 bytes");
+      return Fail(name_attribute, "entry name of " + std::to_string(name.size()) + " bytes in " +
+                                      where.Text() + " is too long; a name has at most 127 bytes");
     }
-    const std::string owner = "entry " + Quote(name);
+    const Owner owner{"entry", name};
     const size_t entry_index = meta->def->entries.size();
     KnownEntry known;
-    known.index = entry_index;
+    known.name = name;
     known.offset = OffsetOf(node);
-    const auto inserted = meta->entries.emplace(name, known);
-    if (!inserted.second) {
-      return Fail(node, owner + " is defined twice in " + where + " (first at line " +
-                            std::to_string(LineOf(inserted.first->second.offset)) + ")");
+    const size_t first = meta->entries.Add(known);
+    if (first != entry_index) {
+      return Fail(node, owner.Text() + " is defined twice in " + where.Text() + " (first at line " +
+                            std::to_string(LineOf(meta->entries[first].offset)) + ")");
     }
 
     ZemEntryDef entry;
     entry.name = std::string(name);
     const pugi::xml_attribute& type_attribute = attributes[ATTR_TYPE];
-    if (!type_attribute) return Fail(node, owner + " has no 'type' attribute");
+    if (!type_attribute) return Fail(node, owner.Text() + " has no 'type' attribute");
     const KnownMeta* type_meta = nullptr;
     if (!ReadEntryType(type_attribute, owner, *meta, &entry, &type_meta)) return false;
     int64_t declared_size = 0;
@@ -751,7 +788,7 @@ class SchemaReader {
     if (!ReadEntryRefer(attributes[ATTR_REFER], owner, *meta, entry_index, &entry)) return false;
     if (count == 0 && entry.refer.empty()) {
       return Fail(attributes[ATTR_COUNT],
-                  owner + ": count 0 makes a variable array, which needs a refer");
+                  owner.Text() + ": count 0 makes a variable array, which needs a refer");
     }
     if (!ReadEntryCustomAttr(attributes[ATTR_CUSTOMATTR2], owner, &entry)) return false;
 
@@ -761,8 +798,8 @@ class SchemaReader {
     if (!AddEntrySize(node, owner, unit, count, meta)) return false;
     entry.count = static_cast<int>(count);
     entry.unit_size = static_cast<uint32_t>(unit);
-    inserted.first->second.type = entry.type;
-    inserted.first->second.count = count;
+    meta->entries[entry_index].type = entry.type;
+    meta->entries[entry_index].count = count;
     meta->def->entries.push_back(std::move(entry));
     meta->places->entries.push_back(
         ZemMetaPlaces::Entry{PlaceOf(known.offset), PlaceOf(attributes[ATTR_CUSTOMATTR2])});
@@ -773,12 +810,13 @@ class SchemaReader {
     Attributes attributes;
     if (!CollectAttributes(node, ELEMENT_INDEX, &attributes)) return false;
     WarnChildElements(node);
-    const std::string where = std::string(meta->kind) + " " + Quote(meta->name);
-    if (!attributes[ATTR_NAME]) return Fail(node, "index of " + where + " has no 'name' attribute");
+    const Owner where{meta->kind, meta->name};
+    if (!attributes[ATTR_NAME])
+      return Fail(node, "index of " + where.Text() + " has no 'name' attribute");
     const std::string_view name = attributes[ATTR_NAME].value();
     const auto inserted = meta->index_offsets.emplace(name, OffsetOf(node));
     if (!inserted.second) {
-      return Fail(node, "index " + Quote(name) + " is defined twice in " + where +
+      return Fail(node, "index " + Quote(name) + " is defined twice in " + where.Text() +
                             " (first at line " + std::to_string(LineOf(inserted.first->second)) +
                             ")");
     }
@@ -798,7 +836,7 @@ class SchemaReader {
     bool found_all = true;
     ForEachName(attribute.value(), [&](std::string_view piece) {
       ++*count;
-      if (found_all && meta.entries.find(piece) == meta.entries.end()) {
+      if (found_all && meta.entries.Find(piece) == ZemNameTable<KnownEntry>::NOT_FOUND) {
         found_all = false;
         unknown = piece;
       }
@@ -817,11 +855,11 @@ class SchemaReader {
 
   bool ReadPrimaryKey(const pugi::xml_attribute& attribute, MetaState* meta) {
     if (!attribute) return true;
-    const std::string owner = std::string(meta->kind) + " " + Quote(meta->name);
+    const Owner owner{meta->kind, meta->name};
     size_t count = 0;
-    if (!CheckNames(attribute, owner + ": primarykey member", *meta, &count)) return false;
+    if (!CheckNames(attribute, owner.Text() + ": primarykey member", *meta, &count)) return false;
     if (count > MAX_KEY_MEMBERS) {
-      return Fail(attribute, owner + ": primarykey has " + std::to_string(count) +
+      return Fail(attribute, owner.Text() + ": primarykey has " + std::to_string(count) +
                                  " members; at most " + std::to_string(MAX_KEY_MEMBERS) + " fit");
     }
     AppendNames(attribute, count, &meta->def->primary_key);
@@ -830,9 +868,10 @@ class SchemaReader {
 
   bool ReadSplitTableKey(const pugi::xml_attribute& attribute, MetaState* meta) {
     if (!attribute) return true;
-    const std::string owner = std::string(meta->kind) + " " + Quote(meta->name);
+    const Owner owner{meta->kind, meta->name};
     size_t count = 0;
-    if (!CheckNames(attribute, owner + ": splittablekey member", *meta, &count)) return false;
+    if (!CheckNames(attribute, owner.Text() + ": splittablekey member", *meta, &count))
+      return false;
     if (count == 0) return true;
     // The pieces joined by ",".
     std::string joined;
@@ -859,14 +898,14 @@ class SchemaReader {
       // Each column is kept as the position of its entry, not as a copy of its name.
       index.column_entries.reserve(count);
       ForEachName(pending.column.value(), [&](std::string_view piece) {
-        index.column_entries.push_back(static_cast<int32_t>(meta->entries.find(piece)->second.index));
+        index.column_entries.push_back(static_cast<int32_t>(meta->entries.Find(piece)));
       });
     }
     return true;
   }
 
   const std::string& m_file;
-  const ZemXmlText& m_text;
+  ZemXmlText& m_text;
   ZemLoadResult* m_result;
   const char* m_data = nullptr;
   ZemMetaLibDef m_def;
@@ -879,7 +918,7 @@ class SchemaReader {
 
 }  // namespace
 
-bool ZemReadSchemaDocument(const pugi::xml_document& document, const ZemXmlText& text,
+bool ZemReadSchemaDocument(const pugi::xml_document& document, ZemXmlText& text,
                            const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def,
                            std::vector<ZemMetaPlaces>* places) {
   SchemaReader reader(file, text, result);

@@ -30,7 +30,7 @@ struct ZemMetaPlaces {
 // Reads a document parsed in place in text. Fills *def, *places (one per meta of def),
 // result->metas and result->warnings in document order; at the first load error sets
 // result->error and returns false.
-bool ZemReadSchemaDocument(const pugi::xml_document& document, const ZemXmlText& text,
+bool ZemReadSchemaDocument(const pugi::xml_document& document, ZemXmlText& text,
                            const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def,
                            std::vector<ZemMetaPlaces>* places);
 

@@ -12,9 +12,7 @@
 
 namespace {
 
-constexpr size_t BLOCK_BYTES = 4096;
 constexpr size_t WORD_BITS = 64;
-constexpr size_t NONE = SIZE_MAX;
 
 bool StartsWith(std::string_view text, const char* prefix, size_t length) {
   return text.size() >= length && std::memcmp(text.data(), prefix, length) == 0;
@@ -229,19 +227,22 @@ const char* EncodingByFirstBytes(std::string_view text, size_t* bom) {
   return nullptr;
 }
 
-// Set bits of a bit map in [from, to), from being the start of a word.
+// Set bits of a bit map in [from, to).
 uint64_t CountBits(const std::vector<uint64_t>& bits, size_t from, size_t to) {
-  uint64_t count = 0;
-  size_t word = from / WORD_BITS;
-  for (; word < to / WORD_BITS; ++word) count += static_cast<uint64_t>(PopCount(bits[word]));
-  const size_t bit = to % WORD_BITS;
-  if (bit != 0) {
-    count += static_cast<uint64_t>(PopCount(bits[word] & ((uint64_t{1} << bit) - 1)));
+  if (from >= to) return 0;
+  const size_t first = from / WORD_BITS;
+  const size_t last = (to - 1) / WORD_BITS;
+  const uint64_t head = ~uint64_t{0} << (from % WORD_BITS);
+  const uint64_t tail = ~uint64_t{0} >> (WORD_BITS - 1 - (to - 1) % WORD_BITS);
+  if (first == last) return static_cast<uint64_t>(PopCount(bits[first] & head & tail));
+  uint64_t count = static_cast<uint64_t>(PopCount(bits[first] & head));
+  for (size_t word = first + 1; word < last; ++word) {
+    count += static_cast<uint64_t>(PopCount(bits[word]));
   }
-  return count;
+  return count + static_cast<uint64_t>(PopCount(bits[last] & tail));
 }
 
-// The last set bit of a bit map in [from, to), or NONE.
+// The last set bit of a bit map in [from, to), which holds one.
 size_t LastBit(const std::vector<uint64_t>& bits, size_t from, size_t to) {
   for (size_t end = to; end > from;) {
     const size_t word = (end - 1) / WORD_BITS;
@@ -253,9 +254,8 @@ size_t LastBit(const std::vector<uint64_t>& bits, size_t from, size_t to) {
     if (value != 0) return word_start + WORD_BITS - 1 - static_cast<size_t>(__builtin_clzll(value));
     end = word_start;
   }
-  return NONE;
+  return from;
 }
-
 
 // The code unit of UTF-16 text at the start of bytes (at least two of them).
 unsigned Utf16Unit(std::string_view bytes, bool big_endian) {
@@ -347,7 +347,7 @@ bool ZemXmlText::DeclaredEightBitEncoding(std::string* encoding, ZemTextPosition
 }
 
 bool ZemXmlText::CheckDeclarationAgainst(const std::string& detected, std::string* error_text,
-                                         ZemTextPosition* error_at) const {
+                                         ZemTextPosition* error_at) {
   Declaration declaration;
   if (!FindDeclaration(std::string_view(data(), size()), &declaration) ||
       declaration.encoding.empty()) {
@@ -405,7 +405,7 @@ bool ZemXmlText::Transcode(const std::string& encoding, const ZemTextPosition& d
   return true;
 }
 
-bool ZemXmlText::CheckNoNulByte(std::string* error_text, ZemTextPosition* error_at) const {
+bool ZemXmlText::CheckNoNulByte(std::string* error_text, ZemTextPosition* error_at) {
   const void* nul = std::memchr(data(), '\0', size());
   if (nul == nullptr) return true;
   *error_text = "a NUL byte, which an XML document must not hold";
@@ -424,57 +424,60 @@ void ZemXmlText::IndexPositions() {
   const size_t length = size();
   m_newlines.assign(length / WORD_BITS + 1, 0);
   m_char_starts.assign(length / WORD_BITS + 1, 0);
-  m_block_lines.assign(length / BLOCK_BYTES + 1, 0);
-  m_block_chars.assign(length / BLOCK_BYTES + 1, 0);
+  m_checkpoints.assign(length / CHECKPOINT_BYTES + 1, Cursor());
   uint64_t lines = 0;
   uint64_t characters = 0;
+  size_t line_start = 0;
+  uint64_t characters_before_line = 0;
   for (size_t word = 0; word * WORD_BITS < length; ++word) {
     const size_t from = word * WORD_BITS;
-    if (from % BLOCK_BYTES == 0) {
-      m_block_lines[from / BLOCK_BYTES] = lines;
-      m_block_chars[from / BLOCK_BYTES] = characters;
+    if (from % CHECKPOINT_BYTES == 0) {
+      m_checkpoints[from / CHECKPOINT_BYTES] =
+          Cursor{from, lines, line_start, characters - characters_before_line};
     }
     const WordBits bits = IndexWord(text + from, std::min(WORD_BITS, length - from));
     m_newlines[word] = bits.newlines;
     m_char_starts[word] = bits.char_starts;
+    if (bits.newlines != 0) {
+      const size_t last = WORD_BITS - 1 - static_cast<size_t>(__builtin_clzll(bits.newlines));
+      line_start = from + last + 1;
+      const uint64_t through_last =
+          last == WORD_BITS - 1 ? ~uint64_t{0} : (uint64_t{1} << (last + 1)) - 1;
+      characters_before_line =
+          characters + static_cast<uint64_t>(PopCount(bits.char_starts & through_last));
+    }
     lines += static_cast<uint64_t>(PopCount(bits.newlines));
     characters += static_cast<uint64_t>(PopCount(bits.char_starts));
   }
-  if (length % BLOCK_BYTES == 0) {
-    m_block_lines[length / BLOCK_BYTES] = lines;
-    m_block_chars[length / BLOCK_BYTES] = characters;
+  if (length % CHECKPOINT_BYTES == 0) {
+    m_checkpoints[length / CHECKPOINT_BYTES] =
+        Cursor{length, lines, line_start, characters - characters_before_line};
   }
+  m_cursor = Cursor();
 }
 
-size_t ZemXmlText::LinesBefore(size_t offset) const {
-  const size_t block = offset / BLOCK_BYTES;
-  return m_block_lines[block] + CountBits(m_newlines, block * BLOCK_BYTES, offset);
+void ZemXmlText::Advance(Cursor* cursor, size_t offset) const {
+  const uint64_t line_breaks = CountBits(m_newlines, cursor->at, offset);
+  if (line_breaks == 0) {
+    cursor->line_characters += CountBits(m_char_starts, cursor->at, offset);
+  } else {
+    cursor->line_breaks += line_breaks;
+    cursor->line_start = LastBit(m_newlines, cursor->at, offset) + 1;
+    cursor->line_characters = CountBits(m_char_starts, cursor->line_start, offset);
+  }
+  cursor->at = offset;
 }
 
-size_t ZemXmlText::CharactersBefore(size_t offset) const {
-  const size_t block = offset / BLOCK_BYTES;
-  return m_block_chars[block] + CountBits(m_char_starts, block * BLOCK_BYTES, offset);
-}
-
-size_t ZemXmlText::LineStart(size_t offset) const {
-  const size_t block = offset / BLOCK_BYTES;
-  const size_t in_block = LastBit(m_newlines, block * BLOCK_BYTES, offset);
-  if (in_block != NONE) return in_block + 1;
-  const uint64_t breaks = m_block_lines[block];
-  if (breaks == 0) return 0;
-  // The line break that ends the previous line lies in the last earlier block that starts with
-  // fewer line breaks before it.
-  const auto first_block = m_block_lines.begin();
-  const size_t holder = static_cast<size_t>(
-      std::lower_bound(first_block, first_block + static_cast<ptrdiff_t>(block), breaks) -
-      first_block) - 1;
-  return LastBit(m_newlines, holder * BLOCK_BYTES, (holder + 1) * BLOCK_BYTES) + 1;
-}
-
-ZemTextPosition ZemXmlText::PositionOf(size_t offset) const {
+ZemTextPosition ZemXmlText::PositionOf(size_t offset) {
   offset = std::min(offset, size());
-  ZemTextPosition position;
-  position.line = ClampToInt(LinesBefore(offset) + 1);
-  position.column = ClampToInt(CharactersBefore(offset) - CharactersBefore(LineStart(offset)) + 1);
-  return position;
+  Cursor cursor;
+  if (offset >= m_cursor.at) {
+    Advance(&m_cursor, offset);
+    cursor = m_cursor;
+  } else {
+    cursor = m_checkpoints[offset / CHECKPOINT_BYTES];
+    Advance(&cursor, offset);
+  }
+  return ZemTextPosition{ClampToInt(cursor.line_breaks + 1),
+                         ClampToInt(cursor.line_characters + 1)};
 }

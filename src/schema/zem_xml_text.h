@@ -31,7 +31,11 @@ class ZemXmlText {
   size_t size() const { return m_bytes.size() - m_begin; }
 
   // The position of a byte offset of data(); an offset past the end is the end of the text.
-  ZemTextPosition PositionOf(size_t offset) const;
+  // Offsets asked for in ascending order cost one pass over the index in all; one before the
+  // furthest asked so far costs a pass over the index of at most CHECKPOINT_BYTES.
+  ZemTextPosition PositionOf(size_t offset);
+
+  static constexpr size_t CHECKPOINT_BYTES = 4096;
 
  private:
   // The encoding named by the declaration of 8-bit text, checked against the declaration's bytes;
@@ -41,25 +45,32 @@ class ZemXmlText {
   // After decoding text that announced its encoding by its first bytes: its declaration, if any,
   // must name an encoding of that kind.
   bool CheckDeclarationAgainst(const std::string& detected, std::string* error_text,
-                               ZemTextPosition* error_at) const;
+                               ZemTextPosition* error_at);
   // Replaces the text by its UTF-8 transcoding; declared_at is where the encoding was named.
   bool Transcode(const std::string& encoding, const ZemTextPosition& declared_at,
                  std::string* error_text, ZemTextPosition* error_at);
-  bool CheckNoNulByte(std::string* error_text, ZemTextPosition* error_at) const;
+  bool CheckNoNulByte(std::string* error_text, ZemTextPosition* error_at);
+  // Where the count of lines and characters stands at an offset.
+  struct Cursor {
+    size_t at = 0;
+    uint64_t line_breaks = 0;      // before `at`
+    size_t line_start = 0;         // offset of the line holding `at`
+    uint64_t line_characters = 0;  // characters from line_start to `at`
+  };
   void IndexPositions();
-  size_t LinesBefore(size_t offset) const;
-  size_t CharactersBefore(size_t offset) const;
-  size_t LineStart(size_t offset) const;
+  // Moves *cursor forward to offset, which is not before it, counting on the index.
+  void Advance(Cursor* cursor, size_t offset) const;
 
   ZemBytes m_bytes;
   size_t m_begin = 0;  // where the text starts in m_bytes (after a byte order mark)
-  // One bit per byte of the text: a line break, and the first byte of a character. With the
-  // counts at the start of each block of 4096 bytes they give any line and column by counting
-  // bits of one block, without a record per line.
+  // One bit per byte of the text as it was before parsing: a line break, and the first byte of a
+  // character. Positions are counted on them, the text itself may have changed since.
   std::vector<uint64_t> m_newlines;
   std::vector<uint64_t> m_char_starts;
-  std::vector<uint64_t> m_block_lines;  // line breaks before each block
-  std::vector<uint64_t> m_block_chars;  // characters before each block
+  // The furthest offset asked for, and the cursor at every multiple of CHECKPOINT_BYTES: an
+  // earlier offset is counted from the checkpoint before it.
+  Cursor m_cursor;
+  std::vector<Cursor> m_checkpoints;
 };
 
 #endif  // VELMORA_SCHEMA_ZEM_XML_TEXT_H_

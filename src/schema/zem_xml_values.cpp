@@ -24,15 +24,11 @@ const BaseType BASE_TYPES[] = {
 }  // namespace
 
 const BaseType* FindBaseType(std::string_view name) {
+  // Most names differ from a type's at the first byte.
   for (const BaseType& type : BASE_TYPES) {
-    const size_t length = std::strlen(type.name);
-    if (name.size() != length) continue;
-    bool same = true;
-    for (size_t i = 0; i < length && same; ++i) {
-      const char c = name[i];
-      same = AsciiLower(c) == type.name[i];
-    }
-    if (same) return &type;
+    size_t i = 0;
+    while (i < name.size() && type.name[i] != '\0' && AsciiLower(name[i]) == type.name[i]) ++i;
+    if (i == name.size() && type.name[i] == '\0') return &type;
   }
   return nullptr;
 }
