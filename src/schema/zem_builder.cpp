@@ -1,5 +1,7 @@
 #include <velmora/zem_builder.h>
 
+#include "schema/zem_metalib_assembler.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
@@ -84,6 +86,7 @@ static_assert(alignof(tagZEMMetaLib) <= alignof(std::max_align_t),
               "a block from realloc is aligned for the library header");
 
 struct BuiltMeta {
+  std::string name;
   ZEMPTR offset = ZEMPTR_NONE;
   ZEMPTR entries = ZEMPTR_NONE;  // the meta's entry records, contiguous
   int32_t size = 0;
@@ -117,21 +120,22 @@ int32_t ClampToInt(int64_t value) {
   return static_cast<int32_t>(std::min<int64_t>(std::max<int64_t>(value, 0), INT32_MAX));
 }
 
-// Lays one description out: every meta record first, so that entries can refer to any meta, later
-// ones and themselves included; then each meta's entries, key, split key and indexes; then the
-// lookup tables. A step that meets a name it cannot resolve sets the reason and answers false.
+// Lays a description out: the meta records, each meta's entries, key, split key and indexes, then
+// the lookup tables. Records reserved first let entries refer to any meta, later ones and
+// themselves included; a meta added without one gets its record when it is laid out, and its
+// entries may name only metas added before it. A step that meets a name it cannot resolve sets
+// the reason and answers false.
 class MetaLibBuilder {
  public:
-  explicit MetaLibBuilder(const ZemMetaLibDef& def) : m_def(def), m_built(def.metas.size()) {}
+  MetaLibBuilder(const std::string& name, int version)
+      : m_version(version), m_lib_name(m_arena.AddText(name)) {}
 
-  ZemMetaLibPtr Build(std::string* error) {
-    m_lib_name = m_arena.AddText(m_def.name);
-    if (!ReserveMetas() || !LayOutMetas()) {
-      if (error != nullptr) *error = m_error;
-      return ZemMetaLibPtr();
-    }
-    return Finish();
-  }
+  // Reserves a record for each meta, in order, before any is laid out.
+  bool ReserveMetas(const std::vector<ZemMetaDef>& metas);
+  // Lays out the next meta; its description may be dropped once this returns.
+  bool AddMeta(const ZemMetaDef& meta);
+  ZemMetaLibPtr Finish(const std::vector<std::pair<std::string, int>>& macros);
+  const std::string& error() const { return m_error; }
 
  private:
   // One meta under construction.
@@ -172,9 +176,8 @@ class MetaLibBuilder {
     return false;
   }
 
-  bool ReserveMetas();
-  bool LayOutMetas();
-  bool LayOutMeta(size_t m);
+  bool ReserveMeta(const std::string& name);
+  bool LayOutMeta(const ZemMetaDef& meta, size_t m);
   bool MarkKeyMembers(MetaLayout& layout);
   bool LayOutEntries(MetaLayout& layout, size_t m);
   bool LayOutEntry(const MetaLayout& layout, size_t m, int i, int64_t& host_offset, int64_t& size);
@@ -184,36 +187,43 @@ class MetaLibBuilder {
   bool LayOutIndexes(MetaLayout& layout);
   void WriteMetaRecord(const MetaLayout& layout, size_t m);
   ZEMPTR LayOutMetaTables(ZEMPTR& meta_by_name);
-  ZEMPTR LayOutMacros(int32_t& macro_num);
-  ZemMetaLibPtr Finish();
+  ZEMPTR LayOutMacros(const std::vector<std::pair<std::string, int>>& macro_defs,
+                      int32_t& macro_num);
 
-  const ZemMetaLibDef& m_def;
+  int m_version;
   Arena m_arena;
+  ZEMPTR m_lib_name;
   std::vector<BuiltMeta> m_built;
+  size_t m_laid_out = 0;  // metas laid out so far, the first ones of m_built
   std::map<std::string, size_t> m_meta_index;
-  ZEMPTR m_lib_name = ZEMPTR_NONE;
   std::string m_error;
 };
 
-bool MetaLibBuilder::ReserveMetas() {
-  for (size_t m = 0; m < m_def.metas.size(); ++m) {
-    if (!m_meta_index.emplace(m_def.metas[m].name, m).second) {
-      return Fail("meta '" + m_def.metas[m].name + "' is defined twice");
-    }
-    m_built[m].offset = m_arena.Alloc<tagZEMMeta>(1);
+bool MetaLibBuilder::ReserveMeta(const std::string& name) {
+  if (!m_meta_index.emplace(name, m_built.size()).second) {
+    return Fail("meta '" + name + "' is defined twice");
+  }
+  m_built.emplace_back();
+  m_built.back().name = name;
+  m_built.back().offset = m_arena.Alloc<tagZEMMeta>(1);
+  return true;
+}
+
+bool MetaLibBuilder::ReserveMetas(const std::vector<ZemMetaDef>& metas) {
+  m_built.reserve(metas.size());
+  for (const ZemMetaDef& meta : metas) {
+    if (!ReserveMeta(meta.name)) return false;
   }
   return true;
 }
 
-bool MetaLibBuilder::LayOutMetas() {
-  for (size_t m = 0; m < m_def.metas.size(); ++m) {
-    if (!LayOutMeta(m)) return false;
-  }
-  return true;
+bool MetaLibBuilder::AddMeta(const ZemMetaDef& meta) {
+  if (m_laid_out == m_built.size() && !ReserveMeta(meta.name)) return false;
+  return LayOutMeta(meta, m_laid_out++);
 }
 
-bool MetaLibBuilder::LayOutMeta(size_t m) {
-  MetaLayout layout(m_def.metas[m], m_built[m].offset);
+bool MetaLibBuilder::LayOutMeta(const ZemMetaDef& meta, size_t m) {
+  MetaLayout layout(meta, m_built[m].offset);
   layout.entry_table = m_arena.Alloc<ZEMPTR>(static_cast<size_t>(layout.slots));
   layout.entries = m_arena.Alloc<tagZEMMetaEntry>(layout.def.entries.size());
   m_built[m].entries = layout.entries;
@@ -396,7 +406,7 @@ ZEMPTR MetaLibBuilder::LayOutMetaTables(ZEMPTR& meta_by_name) {
     order[m] = m;
   }
   std::sort(order.begin(), order.end(),
-            [this](size_t a, size_t b) { return m_def.metas[a].name < m_def.metas[b].name; });
+            [this](size_t a, size_t b) { return m_built[a].name < m_built[b].name; });
   for (size_t m = 0; m < order.size(); ++m) {
     m_arena.At<ZEMPTR>(meta_by_name)[m] = m_built[order[m]].offset;
   }
@@ -404,9 +414,10 @@ ZEMPTR MetaLibBuilder::LayOutMetaTables(ZEMPTR& meta_by_name) {
 }
 
 // The macros by name; of two with one name, the later value wins.
-ZEMPTR MetaLibBuilder::LayOutMacros(int32_t& macro_num) {
+ZEMPTR MetaLibBuilder::LayOutMacros(const std::vector<std::pair<std::string, int>>& macro_defs,
+                                    int32_t& macro_num) {
   std::map<std::string, int> macros;
-  for (const auto& macro : m_def.macros) macros[macro.first] = macro.second;
+  for (const auto& macro : macro_defs) macros[macro.first] = macro.second;
   std::vector<std::pair<ZEMPTR, int>> macro_records;
   for (const auto& macro : macros) {
     macro_records.emplace_back(m_arena.AddText(macro.first), macro.second);
@@ -421,16 +432,16 @@ ZEMPTR MetaLibBuilder::LayOutMacros(int32_t& macro_num) {
   return macro_table;
 }
 
-ZemMetaLibPtr MetaLibBuilder::Finish() {
+ZemMetaLibPtr MetaLibBuilder::Finish(const std::vector<std::pair<std::string, int>>& macros) {
   ZEMPTR meta_by_name = ZEMPTR_NONE;
   const ZEMPTR meta_table = LayOutMetaTables(meta_by_name);
   int32_t macro_num = 0;
-  const ZEMPTR macro_table = LayOutMacros(macro_num);
+  const ZEMPTR macro_table = LayOutMacros(macros, macro_num);
 
   const size_t data_size = m_arena.size();
   ZemMetaLibPtr metalib(new (m_arena.Release()) tagZEMMetaLib());
   metalib->uMagic = ZEM_METALIB_MAGIC;
-  metalib->iVersion = m_def.version;
+  metalib->iVersion = m_version;
   metalib->iDataSize = static_cast<int64_t>(data_size);
   metalib->ptrName = m_lib_name;
   metalib->iMetaNum = static_cast<int32_t>(m_built.size());
@@ -470,5 +481,30 @@ uint32_t ZemBaseTypeUnitSize(int type, uint32_t declared_size) {
 }
 
 ZemMetaLibPtr ZemBuildMetaLib(const ZemMetaLibDef& def, std::string* error) {
-  return MetaLibBuilder(def).Build(error);
+  MetaLibBuilder builder(def.name, def.version);
+  bool built = builder.ReserveMetas(def.metas);
+  for (size_t m = 0; built && m < def.metas.size(); ++m) built = builder.AddMeta(def.metas[m]);
+  if (built) return builder.Finish(def.macros);
+  if (error != nullptr) *error = builder.error();
+  return ZemMetaLibPtr();
+}
+
+struct ZemMetaLibAssembler::Builder {
+  Builder(const std::string& name, int version) : layout(name, version) {}
+  MetaLibBuilder layout;
+};
+
+ZemMetaLibAssembler::ZemMetaLibAssembler(const std::string& name, int version)
+    : m_builder(new Builder(name, version)) {}
+
+ZemMetaLibAssembler::~ZemMetaLibAssembler() = default;
+
+bool ZemMetaLibAssembler::Add(const ZemMetaDef& meta, std::string* error) {
+  if (m_builder->layout.AddMeta(meta)) return true;
+  *error = m_builder->layout.error();
+  return false;
+}
+
+ZemMetaLibPtr ZemMetaLibAssembler::Finish(const std::vector<std::pair<std::string, int>>& macros) {
+  return m_builder->layout.Finish(macros);
 }

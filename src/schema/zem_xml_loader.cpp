@@ -21,10 +21,10 @@ bool FailAt(const std::string& file, const ZemTextPosition& at, std::string text
   return false;
 }
 
-// Decodes and parses the file's bytes and reads them into *def. The text and the parsed document
-// are released when it returns, before the model is built from *def.
+// Decodes and parses the file's bytes and reads them into result->metalib. The text and the
+// parsed document are released when it returns.
 bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
-                ZemMetaLibDef* def, std::vector<ZemMetaPlaces>* places) {
+                std::vector<ZemMetaPlaces>* places) {
   ZemXmlText text;
   std::string decode_error;
   ZemTextPosition decode_at;
@@ -51,19 +51,19 @@ bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
     return FailAt(file, text.PositionOf(offset),
                   std::string("malformed XML: ") + parsed.description(), result);
   }
-  return ZemReadSchemaDocument(document, text, file, result, def, places);
+  return ZemReadSchemaDocument(document, text, file, result, places);
 }
 
-// Records the places of the metas of def, found in the metalib built from it, by their handles.
-void PlaceHandles(LPZEMMETALIB metalib, const ZemMetaLibDef& def,
-                  const std::vector<ZemMetaPlaces>& places, ZemSourcePlaces* out) {
+// Records the places of the metas of the metalib, one per meta in its order, by their handles.
+void PlaceHandles(LPZEMMETALIB metalib, const std::vector<ZemMetaPlaces>& places,
+                  ZemSourcePlaces* out) {
   size_t handles = 0;
   for (const ZemMetaPlaces& meta_places : places) {
     handles += 1 + meta_places.entries.size() + meta_places.indexes.size();
   }
   out->Reserve(handles);
-  for (size_t i = 0; i < def.metas.size() && i < places.size(); ++i) {
-    LPZEMMETA meta = zem_get_meta_by_name(metalib, def.metas[i].name.c_str());
+  for (size_t i = 0; i < places.size(); ++i) {
+    LPZEMMETA meta = zem_get_meta_by_index(metalib, static_cast<int>(i));
     if (meta == nullptr) continue;
     const ZemMetaPlaces& meta_places = places[i];
     out->Add(meta, meta_places.element, meta_places.attributes);
@@ -86,20 +86,13 @@ ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes) {
     result.error.text = "the file is empty";
     return result;
   }
-  ZemMetaLibDef def;
   std::vector<ZemMetaPlaces> places;
-  if (!ReadSchema(file, std::move(bytes), &result, &def, &places)) {
+  if (!ReadSchema(file, std::move(bytes), &result, &places)) {
+    result.metalib.reset();
     result.metas.clear();
     return result;
   }
-  std::string build_error;
-  result.metalib = ZemBuildMetaLib(def, &build_error);
-  if (!result.metalib) {
-    result.metas.clear();
-    result.error = ZemLoadMessage{file, 0, 0, "cannot build the schema: " + build_error};
-    return result;
-  }
-  PlaceHandles(result.metalib.get(), def, places, &result.places);
+  PlaceHandles(result.metalib.get(), places, &result.places);
   result.error = ZemLoadMessage();
   result.ok = true;
   return result;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/ascii.h"
+#include "schema/zem_metalib_assembler.h"
 #include "schema/zem_name_table.h"
 #include "schema/zem_xml_suggest.h"
 #include "schema/zem_xml_values.h"
@@ -233,7 +234,8 @@ class SchemaReader {
     return ReadMetaLib(root);
   }
 
-  ZemMetaLibDef& def() { return m_def; }
+  // The metalib of a file read without a load error.
+  ZemMetaLibPtr Finish() { return m_assembler->Finish(m_macro_defs); }
   std::vector<ZemMetaPlaces>& places() { return m_places; }
 
   // One more warning for each kind that passed the limit, saying how many were left out.
@@ -439,10 +441,10 @@ class SchemaReader {
     Attributes attributes;
     if (!CollectAttributes(node, ELEMENT_METALIB, &attributes)) return false;
     if (!attributes[ATTR_NAME]) return Fail(node, "metalib has no 'name' attribute");
-    m_def.name = attributes[ATTR_NAME].value();
-    if (!ReadVersion(attributes[ATTR_VERSION], Owner{"metalib", m_def.name}, &m_def.version)) {
-      return false;
-    }
+    const std::string_view name = attributes[ATTR_NAME].value();
+    int version = 0;
+    if (!ReadVersion(attributes[ATTR_VERSION], Owner{"metalib", name}, &version)) return false;
+    m_assembler.emplace(std::string(name), version);
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
       if (child.type() != pugi::node_element) continue;
       bool ok = true;
@@ -469,12 +471,16 @@ class SchemaReader {
   // with the next one, so that one load shows every such error. Returns false once the list is
   // full.
   bool ReadMetaOrSkip(const pugi::xml_node& node, bool is_union) {
-    const size_t metas = m_def.metas.size();
-    if (ReadMeta(node, is_union)) return true;
-    if (m_def.metas.size() > metas) {
-      m_broken.insert(m_def.metas.back().name);
-      m_metas.erase(std::string_view(m_def.metas.back().name));
-      m_def.metas.pop_back();
+    const size_t metas = m_places.size();
+    std::string_view name;
+    if (ReadMeta(node, is_union, &name)) return true;
+    // The model refused what the file's rules let through: nothing more is read.
+    if (!m_build_error.empty()) {
+      return FailAt(0, 0, "cannot build the schema: " + m_build_error);
+    }
+    if (m_places.size() > metas) {
+      m_broken.emplace(name);
+      m_metas.erase(name);
       m_places.pop_back();
     }
     m_result->errors.push_back(m_result->error);
@@ -510,7 +516,7 @@ class SchemaReader {
       inserted.first->second = static_cast<int>(value);
     }
     // The model keeps the last value of a repeated name.
-    m_def.macros.emplace_back(std::string(name), static_cast<int>(value));
+    m_macro_defs.emplace_back(std::string(name), static_cast<int>(value));
     return true;
   }
 
@@ -542,7 +548,8 @@ class SchemaReader {
     return places;
   }
 
-  bool ReadMeta(const pugi::xml_node& node, bool is_union) {
+  // Reads and lays out a struct or union; *started gets its name once its places are listed.
+  bool ReadMeta(const pugi::xml_node& node, bool is_union, std::string_view* started) {
     Attributes attributes;
     if (!CollectAttributes(node, is_union ? ELEMENT_UNION : ELEMENT_STRUCT, &attributes)) {
       return false;
@@ -568,9 +575,10 @@ class SchemaReader {
                             std::to_string(LineOf(inserted.first->second.offset)));
     }
 
-    m_def.metas.emplace_back();
-    meta.def = &m_def.metas.back();
+    ZemMetaDef def;
+    meta.def = &def;
     meta.places = AddMetaPlaces(known.offset, attributes);
+    *started = meta.name;
     meta.def->name = std::string(meta.name);
     meta.def->is_union = is_union;
     if (!ReadVersion(attributes[ATTR_VERSION], owner, &meta.def->version)) return false;
@@ -597,7 +605,10 @@ class SchemaReader {
     info.is_union = is_union;
     info.has_primary_key = !meta.def->primary_key.empty();
     m_result->metas.push_back(std::move(info));
-    return true;
+    // Laid out now, while its description is at hand, and without the lookups of its reading;
+    // once a load error is listed the file builds nothing.
+    meta.entries = ZemNameTable<KnownEntry>();
+    return !m_result->errors.empty() || m_assembler->Add(def, &m_build_error);
   }
 
   // The entries and indexes of a struct or union, in document order. Room for every entry is made
@@ -908,8 +919,10 @@ class SchemaReader {
   ZemXmlText& m_text;
   ZemLoadResult* m_result;
   const char* m_data = nullptr;
-  ZemMetaLibDef m_def;
-  std::vector<ZemMetaPlaces> m_places;  // one per meta of m_def
+  std::optional<ZemMetaLibAssembler> m_assembler;  // once the metalib's name is read
+  std::string m_build_error;
+  std::vector<std::pair<std::string, int>> m_macro_defs;
+  std::vector<ZemMetaPlaces> m_places;  // one per meta read
   std::unordered_map<std::string_view, int> m_macros;
   std::unordered_map<std::string_view, KnownMeta> m_metas;
   size_t m_warnings[WARN_KIND_NUM] = {};
@@ -919,13 +932,13 @@ class SchemaReader {
 }  // namespace
 
 bool ZemReadSchemaDocument(const pugi::xml_document& document, ZemXmlText& text,
-                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def,
+                           const std::string& file, ZemLoadResult* result,
                            std::vector<ZemMetaPlaces>* places) {
   SchemaReader reader(file, text, result);
   const bool read = reader.Read(document, text.data());
   reader.ListLeftOutWarnings();
   if (!read) return false;
-  *def = std::move(reader.def());
+  result->metalib = reader.Finish();
   *places = std::move(reader.places());
   return true;
 }

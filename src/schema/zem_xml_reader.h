@@ -1,5 +1,5 @@
-// Reads a parsed schema document into a metalib description: the walk over metalib, macro,
-// struct, union, entry and index elements, with every rule that decides whether a file loads.
+// Reads a parsed schema document into a metalib: the walk over metalib, macro, struct, union,
+// entry and index elements, with every rule that decides whether a file loads.
 #ifndef VELMORA_SCHEMA_ZEM_XML_READER_H_
 #define VELMORA_SCHEMA_ZEM_XML_READER_H_
 
@@ -27,11 +27,12 @@ struct ZemMetaPlaces {
   std::vector<ZemPlace> indexes;
 };
 
-// Reads a document parsed in place in text. Fills *def, *places (one per meta of def),
-// result->metas and result->warnings in document order; at the first load error sets
-// result->error and returns false.
+// Reads a document parsed in place in text and builds its metalib, one struct or union at a time
+// as each is read. Fills result->metalib, *places (one per meta of the metalib, in its order),
+// result->metas and result->warnings in document order; on a load error sets result->error (and
+// result->errors) and returns false.
 bool ZemReadSchemaDocument(const pugi::xml_document& document, ZemXmlText& text,
-                           const std::string& file, ZemLoadResult* result, ZemMetaLibDef* def,
+                           const std::string& file, ZemLoadResult* result,
                            std::vector<ZemMetaPlaces>* places);
 
 #endif  // VELMORA_SCHEMA_ZEM_XML_READER_H_
