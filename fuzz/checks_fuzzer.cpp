@@ -22,8 +22,8 @@ void Require(bool holds) {
 void RequireSound(const CheckRun& check) {
   Require(CheckResultName(check.result) != nullptr);
   Require(check.message.size() <= 1023);
-  for (const WlogRecord& line : check.log) {
-    Require(!line.file.empty() && !line.function.empty() && line.line > 0);
+  for (const CheckLogLine& line : check.log) {
+    Require(*line.file != '\0' && *line.function != '\0' && line.line > 0);
     Require(line.text.size() <= 1023 || line.priority > WLOG_PRIORITY_ERROR);
   }
 }

@@ -7,9 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <deque>
 #include <exception>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -63,6 +65,13 @@ ZemLoadMessage SyntheticMessage(ByteReader& in) {
   return message;
 }
 
+// The file and function names of synthetic log lines: a check's own are static texts, these live
+// until the next input.
+std::deque<std::string>& LogLineNames() {
+  static std::deque<std::string> names;
+  return names;
+}
+
 CheckRun SyntheticCheck(ByteReader& in) {
   CheckRun check;
   check.check = static_cast<CheckKind>(in.Byte() % 4);
@@ -76,8 +85,13 @@ CheckRun SyntheticCheck(ByteReader& in) {
   check.kind = in.Int();
   check.report = in.Text();
   for (uint8_t lines = in.Byte() % 4; lines > 0; --lines) {
-    WlogRecord line{in.Int(), in.Text(), in.Text(), in.Int(), in.Text()};
-    check.log.push_back(line);
+    CheckLogLine line;
+    line.priority = in.Int();
+    line.text = in.Text();
+    line.file = LogLineNames().emplace_back(in.Text()).c_str();
+    line.line = in.Int();
+    line.function = LogLineNames().emplace_back(in.Text()).c_str();
+    check.log.push_back(std::move(line));
   }
   check.passed = in.Flag();
   return check;
@@ -217,6 +231,7 @@ void RequireGithubReport(const CheckOptions& options, const SchemaRun& run) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static FuzzRunFiles files;
+  LogLineNames().clear();
   FuzzRunInput input = ParseFuzzRunInput(data, size);
   bool synthetic = false;
   for (const std::string& word : input.words) synthetic = synthetic || word == "synthetic";

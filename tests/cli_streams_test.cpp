@@ -1,6 +1,7 @@
 // The command's building blocks for large schemas: JSON written as a stream, laid out byte for
 // byte as the JSON library lays out the same document, and tables spread over worker threads.
 #include <atomic>
+#include <cstdio>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -10,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/json_stream.h"
+#include "cli/utf8.h"
 #include "cli/workers.h"
 #include "test_support.h"
 
@@ -103,6 +105,63 @@ TEST(JsonStream, EscapesQuotesBackslashesAndControlCharacters) {
             "{\n    \"text\": \"a\\\"b\\\\c\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\xc3\xa9\",\n"
             "    \"empty\": [],\n"
             "    \"not utf-8\": \"a\xef\xbf\xbd\xef\xbf\xbd\"\n  }");
+}
+
+// A string as the stream must write it: made valid UTF-8 first, then quoted and escaped.
+std::string QuotedAsDefined(const std::string& text) {
+  std::string quoted = "\"";
+  for (const char byte : ToValidUtf8(text)) {
+    const unsigned char c = static_cast<unsigned char>(byte);
+    if (c == '"' || c == '\\') {
+      quoted += '\\';
+      quoted += byte;
+    } else if (c < 0x20) {
+      const char* const named = c == '\b'   ? "\\b"
+                                : c == '\f' ? "\\f"
+                                : c == '\n' ? "\\n"
+                                : c == '\r' ? "\\r"
+                                : c == '\t' ? "\\t"
+                                            : nullptr;
+      char escaped[8];
+      std::snprintf(escaped, sizeof(escaped), "\\u%04x", static_cast<unsigned>(c));
+      quoted += named != nullptr ? named : escaped;
+    } else {
+      quoted += byte;
+    }
+  }
+  return quoted + "\"";
+}
+
+TEST(JsonStream, WritesAnyBytesAsTheirValidEscapedText) {
+  std::mt19937 random(3);
+  // Runs of plain text, with quotes, controls, valid and broken multi-byte sequences between.
+  const char* const pieces[] = {"plain text",
+                                "\"",
+                                "\\",
+                                "\n",
+                                "\x01",
+                                "\x7f",
+                                "\xc3\xa9",
+                                "\xe4\xb8\xad",
+                                "\xf0\x9f\x98\x80",
+                                "\xff",
+                                "\xc3",
+                                "\xed\xa0\x80",
+                                "\xe0\x80\x80",
+                                "\x80",
+                                "abcdefgh",
+                                "12345678901234567"};
+  for (int round = 0; round < 3000; ++round) {
+    std::string text;
+    const int count = static_cast<int>(random() % 12);
+    for (int i = 0; i < count; ++i) text += pieces[random() % 16];
+    std::ostringstream out;
+    {
+      JsonStream stream(out, 0);
+      stream.String(text);
+    }
+    ASSERT_EQ(out.str(), QuotedAsDefined(text)) << "round " << round;
+  }
 }
 
 TEST(Workers, CallsEveryItemOnceWhateverTheWorkerCount) {

@@ -87,11 +87,11 @@ TEST(Annotations, GiveAFailingCheckWithoutFindingsItsTablesStructOnce) {
   first.check = CheckKind::kTableType;
   first.result = -12;
   first.message = "table name has illegal character.";
-  first.log.push_back({WLOG_PRIORITY_ERROR, "table name has illegal character.", "x.cpp", 1, "f"});
+  first.log.push_back({WLOG_PRIORITY_ERROR, "x.cpp", 1, "f", "table name has illegal character."});
   CheckRun second = first;
   second.check = CheckKind::kTable;
-  second.log.push_back({WLOG_PRIORITY_ERROR, "reason below the wrapper", "x.cpp", 2, "g"});
-  second.log.push_back({WLOG_PRIORITY_DEBUG, "a trace line", "x.cpp", 3, "g"});
+  second.log.push_back({WLOG_PRIORITY_ERROR, "x.cpp", 2, "g", "reason below the wrapper"});
+  second.log.push_back({WLOG_PRIORITY_DEBUG, "x.cpp", 3, "g", "a trace line"});
   table.checks = {first, first, second};
   const std::vector<Annotation> annotations = AnnotationsOf("s.xml", table);
   ASSERT_EQ(annotations.size(), 2u);

@@ -27,6 +27,9 @@ TEST(RunChecksLog, JsonRunKeepsEveryLine) {
   ASSERT_FALSE(table_check.log.empty());
   EXPECT_EQ(table_check.log.back().text, "CheckTable succees! table:'player'");
   EXPECT_EQ(table_check.log.back().priority, WLOG_PRIORITY_INFO);
+  EXPECT_STREQ(table_check.log.back().function, "VelmoraCheckTable");
+  EXPECT_GT(table_check.log.back().line, 0);
+  EXPECT_NE(std::string(table_check.log.back().file).find("check_table"), std::string::npos);
 }
 
 TEST(RunChecksLog, TextRunKeepsOnlyErrorLines) {
@@ -34,7 +37,7 @@ TEST(RunChecksLog, TextRunKeepsOnlyErrorLines) {
   ASSERT_TRUE(run.loaded);
   ASSERT_EQ(run.tables.size(), 1U);
   for (const CheckRun& check : run.tables[0].checks) {
-    for (const WlogRecord& line : check.log) {
+    for (const CheckLogLine& line : check.log) {
       EXPECT_LE(line.priority, WLOG_PRIORITY_ERROR) << line.text;
     }
   }

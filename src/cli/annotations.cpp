@@ -21,7 +21,7 @@ const std::string& ProblemMessage(const CheckRun& check) {
 std::string ProblemText(const CheckRun& check) {
   const std::string& headline = ProblemMessage(check);
   std::string text = headline;
-  for (const WlogRecord& line : check.log) {
+  for (const CheckLogLine& line : check.log) {
     if (line.priority > WLOG_PRIORITY_ERROR || line.text == headline || line.text == check.message) {
       continue;
     }

@@ -6,9 +6,13 @@
 #ifndef VELMORA_CLI_JSON_STREAM_H_
 #define VELMORA_CLI_JSON_STREAM_H_
 
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/utf8.h"
@@ -27,22 +31,23 @@ class JsonStream {
   void EndArray() { End(']'); }
 
   // The name of the next member of the object being written.
-  void Key(const char* key) {
+  void Key(std::string_view key) {
     NextElement();
     WriteString(key);
     m_out += ": ";
     m_after_key = true;
   }
 
-  void String(const std::string& text) {
+  void String(std::string_view text) {
     NextValue();
-    std::string repaired;
-    WriteString(AsValidUtf8(text, &repaired));
+    WriteString(text);
     ValueWritten();
   }
   void Number(long long value) {
     NextValue();
-    m_out += std::to_string(value);
+    char digits[24];
+    const std::to_chars_result written = std::to_chars(digits, digits + sizeof(digits), value);
+    m_out.append(digits, written.ptr);
     ValueWritten();
   }
   void Bool(bool value) {
@@ -93,18 +98,49 @@ class JsonStream {
     Indent(m_has_elements.size());
   }
   void Indent(size_t level) { m_out.append((level + static_cast<size_t>(m_base_depth)) * 2, ' '); }
-  void WriteString(const std::string& text) {
+  // Writes text quoted, escaped and made valid UTF-8 in one pass: runs of plain bytes are copied
+  // whole, eight bytes are tested at a time while they are plain ASCII.
+  void WriteString(std::string_view text) {
     m_out += '"';
     size_t plain_from = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
+    size_t i = 0;
+    while (i < text.size()) {
+      if (i + 8 <= text.size() && IsPlainAscii(text.data() + i)) {
+        i += 8;
+        continue;
+      }
       const unsigned char c = static_cast<unsigned char>(text[i]);
-      if (c >= 0x20 && c != '"' && c != '\\') continue;
-      m_out.append(text, plain_from, i - plain_from);
-      plain_from = i + 1;
-      WriteEscape(c);
+      if (c >= 0x20 && c < 0x80 && c != '"' && c != '\\') {
+        ++i;
+        continue;
+      }
+      const size_t sequence = c < 0x80 ? 0 : Utf8SequenceLength(text, i);
+      if (sequence > 0) {
+        i += sequence;
+        continue;
+      }
+      m_out.append(text.data() + plain_from, i - plain_from);
+      if (c < 0x80) {
+        WriteEscape(c);
+      } else {
+        m_out += "\xEF\xBF\xBD";  // U+FFFD for a byte outside a well-formed sequence
+      }
+      plain_from = ++i;
     }
-    m_out.append(text, plain_from, std::string::npos);
+    m_out.append(text.data() + plain_from, text.size() - plain_from);
     m_out += '"';
+  }
+  // Whether 8 bytes are all printable ASCII other than '"' and '\\': no byte below 0x20 or from
+  // 0x80 up, and none equal to either quote character.
+  static bool IsPlainAscii(const char* bytes) {
+    constexpr uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr uint64_t kHigh = 0x8080808080808080ULL;
+    uint64_t word = 0;
+    std::memcpy(&word, bytes, 8);
+    const auto has_zero = [](uint64_t x) { return (x - kOnes) & ~x & kHigh; };
+    const uint64_t below_space = (word - kOnes * 0x20) & ~word & kHigh;
+    return ((word & kHigh) | below_space | has_zero(word ^ (kOnes * '"')) |
+            has_zero(word ^ (kOnes * '\\'))) == 0;
   }
   void WriteEscape(unsigned char c) {
     switch (c) {

@@ -84,9 +84,9 @@ void WritePositionJson(int position, JsonStream& json) {
   }
 }
 
-void WriteLogJson(const std::vector<WlogRecord>& lines, JsonStream& json) {
+void WriteLogJson(const std::vector<CheckLogLine>& lines, JsonStream& json) {
   json.BeginArray();
-  for (const WlogRecord& line : lines) {
+  for (const CheckLogLine& line : lines) {
     json.BeginObject();
     json.Key("priority");
     json.Number(line.priority);

@@ -42,11 +42,34 @@ constexpr size_t kDataProtocolSize = 16;
 // Each check writes into a category of its own. The JSON report lists every line at every
 // priority; the text report shows only error lines, so only those are kept for it, and the
 // others are refused before they are formatted.
-class CheckLog : public WlogMemoryCategory {
+class CheckLog : public WlogSink {
  public:
   explicit CheckLog(const CheckOptions& options)
-      : WlogMemoryCategory(options.format == ReportFormat::kText ? WLOG_PRIORITY_ERROR
-                                                                 : WLOG_PRIORITY_UNKNOWN) {}
+      : m_max_priority(options.format == ReportFormat::kText ? WLOG_PRIORITY_ERROR
+                                                             : WLOG_PRIORITY_UNKNOWN),
+        m_category(WlogCategoryFor(this)) {}
+  CheckLog(const CheckLog&) = delete;
+  CheckLog& operator=(const CheckLog&) = delete;
+
+  LPWLOGCATEGORYINST handle() { return &m_category; }
+  std::vector<CheckLogLine> TakeLines() { return std::move(m_lines); }
+
+  bool Accepts(int priority) const override { return priority <= m_max_priority; }
+  void Write(const WLOGEVENT& event) override {
+    CheckLogLine& line = m_lines.emplace_back();
+    line.priority = event.evt_priority;
+    if (event.evt_msg != nullptr) line.text.assign(event.evt_msg, event.evt_msg_len);
+    if (event.evt_loc != nullptr) {
+      line.file = event.evt_loc->loc_file != nullptr ? event.evt_loc->loc_file : "";
+      line.line = event.evt_loc->loc_line;
+      line.function = event.evt_loc->loc_function != nullptr ? event.evt_loc->loc_function : "";
+    }
+  }
+
+ private:
+  int m_max_priority;
+  tagWLogCategoryInst m_category;
+  std::vector<CheckLogLine> m_lines;
 };
 
 // The findings of a check that failed: what it reported, at its places. A failure that reported
@@ -57,7 +80,7 @@ void SetFindings(const std::string& table, const FindingPlaces& places,
   run->findings = places.Place(table, recorder.lines(), false);
   if (!run->findings.empty()) return;
   Finding finding = places.OfTable(table, message, run->result);
-  for (const WlogRecord& line : run->log) {
+  for (const CheckLogLine& line : run->log) {
     if (line.priority <= WLOG_PRIORITY_ERROR && line.text != message) {
       finding.notes.push_back(line.text);
     }

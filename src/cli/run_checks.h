@@ -20,6 +20,16 @@ enum class CheckKind {
   kNewCountRefer,  // CheckWhetherNewEntryCountWithRefer
 };
 
+// A line a check wrote. Its file and function are the checker's own static texts (the source file
+// and function of the line that logs), kept as they are; its text is copied.
+struct CheckLogLine {
+  int priority = 0;
+  const char* file = "";
+  int line = 0;
+  const char* function = "";
+  std::string text;
+};
+
 // One check on one table, with what it handed back.
 struct CheckRun {
   CheckKind check = CheckKind::kTable;
@@ -33,7 +43,7 @@ struct CheckRun {
   std::string data_protocol;
   int kind = 0;                 // the table kind given to VelmoraCheckTable
   std::string report;           // strResult of a count/refer check
-  std::vector<WlogRecord> log;  // every line the check wrote, in order
+  std::vector<CheckLogLine> log;  // every line the check kept, in order
   bool passed = false;
   // Each failure at its place: what the check reported, then what its later steps find when run
   // on their own (marked also).

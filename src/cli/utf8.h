@@ -6,11 +6,12 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 // Length of the well-formed UTF-8 sequence that starts at text[pos], or 0 when the byte there does
 // not start one (a stray continuation byte, an overlong form, a surrogate, a code point above
 // U+10FFFF, or a sequence cut short).
-inline size_t Utf8SequenceLength(const std::string& text, size_t pos) {
+inline size_t Utf8SequenceLength(std::string_view text, size_t pos) {
   const unsigned char lead = static_cast<unsigned char>(text[pos]);
   if (lead < 0x80) return 1;
   size_t length = 0;
@@ -69,13 +70,6 @@ inline bool IsValidUtf8(const std::string& text) {
     pos += length;
   }
   return true;
-}
-
-// text itself when it is valid UTF-8; otherwise its repaired copy, kept in *repaired.
-inline const std::string& AsValidUtf8(const std::string& text, std::string* repaired) {
-  if (IsValidUtf8(text)) return text;
-  *repaired = ToValidUtf8(text);
-  return *repaired;
 }
 
 #endif  // VELMORA_CLI_UTF8_H_
