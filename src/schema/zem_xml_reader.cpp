@@ -445,7 +445,9 @@ class SchemaReader {
     int version = 0;
     if (!ReadVersion(attributes[ATTR_VERSION], Owner{"metalib", name}, &version)) return false;
     m_assembler.emplace(std::string(name), version);
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+    pugi::xml_node parent = node;
+    for (pugi::xml_node child = node.first_child(), next; child; child = next) {
+      next = child.next_sibling();
       if (child.type() != pugi::node_element) continue;
       bool ok = true;
       switch (KindOfElement(child.name())) {
@@ -461,6 +463,10 @@ class SchemaReader {
           break;
       }
       if (!ok) return false;
+      // What is read lives on in the model, whose names and texts point into the text, not into
+      // the parsed tree: releasing each element once read lets the model grow into the tree's
+      // memory instead of beside it.
+      parent.remove_child(child);
     }
     if (m_result->errors.empty()) return true;
     m_result->error = m_result->errors.front();
@@ -627,11 +633,16 @@ class SchemaReader {
     meta->entries.Reserve(entries);
     meta->def->entries.reserve(entries);
     meta->places->entries.reserve(entries);
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+    pugi::xml_node parent = node;
+    for (pugi::xml_node child = node.first_child(), next; child; child = next) {
+      next = child.next_sibling();
       if (child.type() != pugi::node_element) continue;
       const ElementKind kind = KindOfElement(child.name());
       if (kind == ELEMENT_ENTRY) {
         if (!ReadEntry(child, meta)) return false;
+        // Nothing refers to an entry's element once it is read: a struct of a million entries
+        // gives its tree back as its model grows.
+        parent.remove_child(child);
       } else if (kind == ELEMENT_INDEX && !is_union) {
         if (!ReadIndex(child, meta)) return false;
       } else {
