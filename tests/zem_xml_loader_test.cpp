@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
 #include <string>
@@ -1295,6 +1296,22 @@ TEST(ZemXmlLoader, SourcePlacesKeepTheLastPlacesAddedForAHandle) {
   EXPECT_TRUE(SamePlace(places.Of(&stranger), 0, 0));
   EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[2], ZemSourcePlaces::ATTRIBUTE_NUM), 0, 0));
   EXPECT_TRUE(SamePlace(ZemSourcePlaces().Of(&handles[0]), 0, 0));
+}
+
+TEST(ZemXmlLoader, SourcePlacesFindHandlesAddedInAnyOrder) {
+  std::vector<long> handles(500);
+  ZemSourcePlaces places;
+  // Every third handle from the end, then the rest from the start.
+  for (size_t i = handles.size(); i > 0; i -= std::min<size_t>(i, 3)) {
+    places.Add(&handles[i - 1], ZemPlace{static_cast<int>(i), 1}, nullptr);
+  }
+  for (size_t i = 1; i <= handles.size(); ++i) {
+    if ((handles.size() - i) % 3 != 0)
+      places.Add(&handles[i - 1], ZemPlace{static_cast<int>(i), 1}, nullptr);
+  }
+  for (size_t i = 1; i <= handles.size(); ++i) {
+    ASSERT_TRUE(SamePlace(places.Of(&handles[i - 1]), static_cast<int>(i), 1)) << i;
+  }
 }
 
 TEST(ZemXmlLoader, ListsTheErrorOfEveryStructThatCannotBeBuiltUpToFifty) {

@@ -95,7 +95,8 @@ class VELMORA_API ZemSourcePlaces {
   ZemPlace OfAttribute(const void* handle, Attribute attribute) const;
 
   // Records the place of the element of a handle, and of its attributes (NULL: none); a handle
-  // added again gets the new places.
+  // added again gets the new places. Handles added in ascending address order, as the loader
+  // adds them, are recorded at no more cost than an append.
   void Add(const void* handle, const ZemPlace& element, const ZemPlace* attributes);
   // Makes room for this many handles without growing again.
   void Reserve(size_t handles);
@@ -110,12 +111,9 @@ class VELMORA_API ZemSourcePlaces {
     ZemPlace of[ATTRIBUTE_NUM];
   };
   const Record* Find(const void* handle) const;
-  size_t SlotOf(const void* handle) const;
-  void Rehash(size_t slots);
 
-  // An open-addressing table of the records' positions + 1 (0: an empty slot), at most half
-  // full: a few words per element of a file, where most entries have no attribute to place.
-  std::vector<uint32_t> m_slots;
+  // Sorted by handle: a few words per element of a file, where most entries have no attribute
+  // to place.
   std::vector<Record> m_records;
   std::vector<AttributePlaces> m_attributes;
 };

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <new>
 #include <stdexcept>
 
@@ -153,14 +154,18 @@ ZemPlace ZemSourcePlaces::OfAttribute(const void* handle, Attribute attribute) c
 void ZemSourcePlaces::Add(const void* handle, const ZemPlace& element,
                           const ZemPlace* attributes) {
   if (handle == nullptr) return;
-  if ((m_records.size() + 1) * 2 > m_slots.size()) Reserve((m_records.size() + 1) * 2);
-  uint32_t& slot = m_slots[SlotOf(handle)];
-  if (slot == 0) {
-    if (m_records.size() >= UINT32_MAX - 1) throw std::length_error("too many places in a file");
-    m_records.push_back(Record{handle, ZemPlace(), 0});
-    slot = static_cast<uint32_t>(m_records.size());
+  const std::less<const void*> before;
+  auto at = m_records.end();
+  if (!m_records.empty() && !before(m_records.back().handle, handle)) {
+    at = std::lower_bound(
+        m_records.begin(), m_records.end(), handle,
+        [&before](const Record& record, const void* key) { return before(record.handle, key); });
   }
-  Record& record = m_records[slot - 1];
+  if (at == m_records.end() || at->handle != handle) {
+    if (m_records.size() >= UINT32_MAX - 1) throw std::length_error("too many places in a file");
+    at = m_records.insert(at, Record{handle, ZemPlace(), 0});
+  }
+  Record& record = *at;
   record.element = element;
   bool written = false;
   for (int i = 0; attributes != nullptr && i < ATTRIBUTE_NUM; ++i) {
@@ -177,36 +182,14 @@ void ZemSourcePlaces::Add(const void* handle, const ZemPlace& element,
   std::copy(attributes, attributes + ATTRIBUTE_NUM, m_attributes[record.attributes - 1].of);
 }
 
-void ZemSourcePlaces::Reserve(size_t handles) {
-  m_records.reserve(handles);
-  if (handles * 2 > m_slots.size()) Rehash(handles * 2);
-}
+void ZemSourcePlaces::Reserve(size_t handles) { m_records.reserve(handles); }
 
 const ZemSourcePlaces::Record* ZemSourcePlaces::Find(const void* handle) const {
-  if (m_slots.empty() || handle == nullptr) return nullptr;
-  const uint32_t slot = m_slots[SlotOf(handle)];
-  return slot != 0 ? &m_records[slot - 1] : nullptr;
-}
-
-// Handles are addresses of records at least 8 bytes apart: their low bits carry nothing, and the
-// multiplication spreads the rest over the slot bits.
-size_t ZemSourcePlaces::SlotOf(const void* handle) const {
-  const size_t mask = m_slots.size() - 1;
-  const uint64_t key = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(handle));
-  for (size_t slot = static_cast<size_t>(((key >> 3) * 0x9E3779B97F4A7C15ULL) >> 32) & mask;;
-       slot = (slot + 1) & mask) {
-    const uint32_t held = m_slots[slot];
-    if (held == 0 || m_records[held - 1].handle == handle) return slot;
-  }
-}
-
-void ZemSourcePlaces::Rehash(size_t slots) {
-  size_t size = 16;
-  while (size < slots) size *= 2;
-  m_slots.assign(size, 0);
-  for (size_t i = 0; i < m_records.size(); ++i) {
-    m_slots[SlotOf(m_records[i].handle)] = static_cast<uint32_t>(i + 1);
-  }
+  const std::less<const void*> before;
+  const auto at = std::lower_bound(
+      m_records.begin(), m_records.end(), handle,
+      [&before](const Record& record, const void* key) { return before(record.handle, key); });
+  return at != m_records.end() && at->handle == handle ? &*at : nullptr;
 }
 
 std::string FormatZemLoadMessage(const ZemLoadMessage& message, const char* kind) {
