@@ -2,7 +2,6 @@
 // and reports what it would refuse. Exit status 0: every table passed; 1: a table failed; 2: the
 // options or a schema could not be used, or the report could not be written.
 #include <fcntl.h>
-#include <malloc.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 
 #include "cli/check_schemas.h"
 #include "cli/options.h"
+#include "cli/tree_memory.h"
 
 namespace {
 
@@ -41,12 +41,7 @@ bool ReaderLeft() {
 int main(int argc, char** argv) {
   // A reader that leaves early turns writes into errors instead of ending the process.
   std::signal(SIGPIPE, SIG_IGN);
-#ifdef M_MMAP_THRESHOLD
-  // Blocks of 32 KiB and more, the parsed tree's pages among them, are mapped on their own, so
-  // that each one freed goes back to the system at once: the loader frees the tree as it builds
-  // the model, which then takes the tree's memory instead of standing beside it.
-  mallopt(M_MMAP_THRESHOLD, 32 * 1024);
-#endif
+  UseTreeMemory();
   try {
     const ParsedCommandLine parsed = ParseCommandLine(argc, argv, std::cout, std::cerr);
     if (!parsed.run) return parsed.exit_status;
