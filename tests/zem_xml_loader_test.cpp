@@ -1285,6 +1285,10 @@ TEST(ZemXmlLoader, SourcePlacesKeepTheLastPlacesAddedForAHandle) {
   // Added again: the new places replace the old, attributes given or taken away.
   places.Add(&handles[1], ZemPlace{9, 9}, attributes);
   places.Add(&handles[0], ZemPlace{8, 8}, nullptr);
+  const ZemPlace moved[ZemSourcePlaces::ATTRIBUTE_NUM] = {{0, 0}, {5, 6}, {0, 0}};
+  places.Add(&handles[2], ZemPlace{7, 7}, moved);
+  EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[2], ZemSourcePlaces::SPLIT_TABLE_KEY), 5, 6));
+  EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[2], ZemSourcePlaces::PRIMARY_KEY), 0, 0));
   EXPECT_TRUE(SamePlace(places.Of(&handles[1]), 9, 9));
   EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[1], ZemSourcePlaces::CUSTOM_ATTR2), 3, 4));
   EXPECT_TRUE(SamePlace(places.Of(&handles[0]), 8, 8));
@@ -1295,6 +1299,8 @@ TEST(ZemXmlLoader, SourcePlacesKeepTheLastPlacesAddedForAHandle) {
   const long stranger = 0;
   EXPECT_TRUE(SamePlace(places.Of(&stranger), 0, 0));
   EXPECT_TRUE(SamePlace(places.OfAttribute(&handles[2], ZemSourcePlaces::ATTRIBUTE_NUM), 0, 0));
+  EXPECT_TRUE(SamePlace(
+      places.OfAttribute(&handles[2], static_cast<ZemSourcePlaces::Attribute>(-1)), 0, 0));
   EXPECT_TRUE(SamePlace(ZemSourcePlaces().Of(&handles[0]), 0, 0));
 }
 

@@ -58,11 +58,12 @@ class CheckLog : public WlogSink {
   void Write(const WLOGEVENT& event) override {
     CheckLogLine& line = m_lines.emplace_back();
     line.priority = event.evt_priority;
-    if (event.evt_msg != nullptr) line.text.assign(event.evt_msg, event.evt_msg_len);
+    // The category hands every line over formatted; the checker gives each its location.
+    line.text.assign(event.evt_msg, event.evt_msg_len);
     if (event.evt_loc != nullptr) {
-      line.file = event.evt_loc->loc_file != nullptr ? event.evt_loc->loc_file : "";
+      line.file = event.evt_loc->loc_file;
       line.line = event.evt_loc->loc_line;
-      line.function = event.evt_loc->loc_function != nullptr ? event.evt_loc->loc_function : "";
+      line.function = event.evt_loc->loc_function;
     }
   }
 

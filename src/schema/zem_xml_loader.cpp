@@ -6,7 +6,6 @@
 #include <exception>
 #include <functional>
 #include <new>
-#include <stdexcept>
 
 #include "base/ascii.h"
 #include "schema/zem_xml_input.h"
@@ -63,9 +62,9 @@ void PlaceHandles(LPZEMMETALIB metalib, const std::vector<ZemMetaPlaces>& places
     handles += 1 + meta_places.entries.size() + meta_places.indexes.size();
   }
   out->Reserve(handles);
-  for (size_t i = 0; i < places.size(); ++i) {
+  const size_t metas = std::min(places.size(), static_cast<size_t>(zem_get_meta_num(metalib)));
+  for (size_t i = 0; i < metas; ++i) {
     LPZEMMETA meta = zem_get_meta_by_index(metalib, static_cast<int>(i));
-    if (meta == nullptr) continue;
     const ZemMetaPlaces& meta_places = places[i];
     out->Add(meta, meta_places.element, meta_places.attributes);
     for (size_t j = 0; j < meta_places.entries.size(); ++j) {
@@ -162,7 +161,6 @@ void ZemSourcePlaces::Add(const void* handle, const ZemPlace& element,
         [&before](const Record& record, const void* key) { return before(record.handle, key); });
   }
   if (at == m_records.end() || at->handle != handle) {
-    if (m_records.size() >= UINT32_MAX - 1) throw std::length_error("too many places in a file");
     at = m_records.insert(at, Record{handle, ZemPlace(), 0});
   }
   Record& record = *at;
