@@ -3,20 +3,27 @@
 #include <cctype>
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
+
+#include "base/name_table.h"
 
 namespace {
 
-unsigned char FoldByte(char c) {
-  return static_cast<unsigned char>(std::tolower(static_cast<unsigned char>(c)));
-}
+// tolower of every byte, as the C library answers it now, looked up instead of called for each
+// byte of each name.
+struct FoldTable {
+  FoldTable() {
+    for (int c = 0; c < 256; ++c) bytes[c] = static_cast<unsigned char>(std::tolower(c));
+  }
+  unsigned char bytes[256];
+};
 
 // FNV-1a over the folded bytes.
 struct FoldedHash {
+  const FoldTable* fold;
   size_t operator()(std::string_view name) const {
     uint64_t hash = 14695981039346656037ULL;
     for (const char c : name) {
-      hash ^= FoldByte(c);
+      hash ^= fold->bytes[static_cast<unsigned char>(c)];
       hash *= 1099511628211ULL;
     }
     return static_cast<size_t>(hash);
@@ -26,13 +33,22 @@ struct FoldedHash {
 // Equal lengths and equal folded bytes: what strncasecmp over the first name's length answers
 // for two names of the same length.
 struct FoldedEqual {
+  const FoldTable* fold;
   bool operator()(std::string_view a, std::string_view b) const {
     if (a.size() != b.size()) return false;
     for (size_t k = 0; k < a.size(); ++k) {
-      if (FoldByte(a[k]) != FoldByte(b[k])) return false;
+      if (fold->bytes[static_cast<unsigned char>(a[k])] !=
+          fold->bytes[static_cast<unsigned char>(b[k])]) {
+        return false;
+      }
     }
     return true;
   }
+};
+
+struct SeenName {
+  std::string_view name;
+  int index;
 };
 
 }  // namespace
@@ -45,12 +61,14 @@ RepeatedNameVerdict FindFirstRepeatedName(const std::vector<const char*>& names,
   }
   // Names are seen in order, so the first repeat found of an earlier name is its nearest one; of
   // all repeated earlier names, the walk meets the one of the lowest row first.
-  std::unordered_map<std::string_view, int, FoldedHash, FoldedEqual> first_seen;
-  first_seen.reserve(names.size());
+  const FoldTable fold;
+  NameTable<SeenName, FoldedHash, FoldedEqual> first_seen(FoldedHash{&fold}, FoldedEqual{&fold});
+  first_seen.Reserve(names.size());
   for (size_t j = 0; j < names.size(); ++j) {
-    const auto inserted = first_seen.emplace(names[j], static_cast<int>(j));
-    if (inserted.second) continue;
-    const int earlier = inserted.first->second;
+    const size_t seen = first_seen.size();
+    const size_t found = first_seen.Add(SeenName{names[j], static_cast<int>(j)});
+    if (found == seen) continue;
+    const int earlier = first_seen[found].index;
     if (static_cast<size_t>(earlier) < rows && (verdict.stop < 0 || earlier < verdict.stop)) {
       verdict.stop = earlier;
       verdict.repeat = static_cast<int>(j);

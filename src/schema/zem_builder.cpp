@@ -10,7 +10,7 @@
 #include <new>
 #include <string_view>
 
-#include "schema/zem_name_table.h"
+#include "base/name_table.h"
 
 namespace {
 
@@ -105,7 +105,7 @@ class EntryFinder {
   // The entry's position, or -1.
   int Find(std::string_view name) const {
     const size_t found = m_by_name.Find(name);
-    return found == ZemNameTable<Named>::NOT_FOUND ? -1 : m_by_name[found].entry;
+    return found == NameTable<Named>::NOT_FOUND ? -1 : m_by_name[found].entry;
   }
 
  private:
@@ -113,7 +113,7 @@ class EntryFinder {
     std::string_view name;
     int entry;
   };
-  ZemNameTable<Named> m_by_name;
+  NameTable<Named> m_by_name;
 };
 
 int32_t ClampToInt(int64_t value) {

@@ -13,7 +13,7 @@
 
 #include "base/ascii.h"
 #include "schema/zem_metalib_assembler.h"
-#include "schema/zem_name_table.h"
+#include "base/name_table.h"
 #include "schema/zem_xml_suggest.h"
 #include "schema/zem_xml_values.h"
 
@@ -196,7 +196,7 @@ struct MetaState {
   std::string_view name;
   ZemMetaDef* def = nullptr;
   ZemMetaPlaces* places = nullptr;
-  ZemNameTable<KnownEntry> entries;
+  NameTable<KnownEntry> entries;
   std::unordered_map<std::string_view, size_t> index_offsets;
   std::vector<PendingIndex> indexes;
   int64_t size = 0;
@@ -613,7 +613,7 @@ class SchemaReader {
     m_result->metas.push_back(std::move(info));
     // Laid out now, while its description is at hand, and without the lookups of its reading;
     // once a load error is listed the file builds nothing.
-    meta.entries = ZemNameTable<KnownEntry>();
+    meta.entries = NameTable<KnownEntry>();
     return !m_result->errors.empty() || m_assembler->Add(def, &m_build_error);
   }
 
@@ -722,7 +722,7 @@ class SchemaReader {
     auto what = [&refer]() { return "refer " + Quote(refer); };
     if (refer.empty()) return Fail(attribute, owner.Text() + ": refer is empty");
     const size_t found = meta.entries.Find(refer);
-    if (found == ZemNameTable<KnownEntry>::NOT_FOUND || found >= entry_index) {
+    if (found == NameTable<KnownEntry>::NOT_FOUND || found >= entry_index) {
       return Fail(attribute, owner.Text() + ": " + what() + " names no earlier entry of " +
                                  meta.kind + " " + Quote(meta.name));
     }
@@ -858,7 +858,7 @@ class SchemaReader {
     bool found_all = true;
     ForEachName(attribute.value(), [&](std::string_view piece) {
       ++*count;
-      if (found_all && meta.entries.Find(piece) == ZemNameTable<KnownEntry>::NOT_FOUND) {
+      if (found_all && meta.entries.Find(piece) == NameTable<KnownEntry>::NOT_FOUND) {
         found_all = false;
         unknown = piece;
       }

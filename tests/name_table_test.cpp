@@ -1,4 +1,4 @@
-#include "schema/zem_name_table.h"
+#include "base/name_table.h"
 
 #include <gtest/gtest.h>
 
@@ -15,15 +15,15 @@ struct Named {
   int value;
 };
 
-using Table = ZemNameTable<Named>;
+using Table = NameTable<Named>;
 
-TEST(ZemNameTable, FindsNothingInAnEmptyTable) {
+TEST(NameTable, FindsNothingInAnEmptyTable) {
   Table table;
   EXPECT_EQ(table.Find("a"), Table::NOT_FOUND);
   EXPECT_EQ(table.size(), 0u);
 }
 
-TEST(ZemNameTable, KeepsTheFirstRecordOfAName) {
+TEST(NameTable, KeepsTheFirstRecordOfAName) {
   Table table;
   EXPECT_EQ(table.Add(Named{"hp", 1}), 0u);
   EXPECT_EQ(table.Add(Named{"mp", 2}), 1u);
@@ -38,7 +38,7 @@ TEST(ZemNameTable, KeepsTheFirstRecordOfAName) {
   EXPECT_EQ(table.Find(""), Table::NOT_FOUND);
 }
 
-TEST(ZemNameTable, AgreesWithAHashMapThroughGrowthAndReserve) {
+TEST(NameTable, AgreesWithAHashMapThroughGrowthAndReserve) {
   std::mt19937 rng(11);
   for (int round = 0; round < 4; ++round) {
     std::vector<std::string> names;

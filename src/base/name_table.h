@@ -1,9 +1,9 @@
-// Records found by name, in the order they were added, for the loader's lookups of a struct's
-// entries: an open-addressing table of 32-bit positions into one vector, so that a struct of a
-// million entries costs a few words per entry and no allocation per entry. The first record of a
-// name is the one found.
-#ifndef VELMORA_SCHEMA_ZEM_NAME_TABLE_H_
-#define VELMORA_SCHEMA_ZEM_NAME_TABLE_H_
+// Records found by name, in the order they were added, for lookups among a struct's entries: an
+// open-addressing table of 32-bit positions into one vector, so that a struct of a million
+// entries costs a few words per entry and no allocation per entry. The first record of a name is
+// the one found; names are hashed and compared as Hash and Equal say (byte for byte by default).
+#ifndef VELMORA_BASE_NAME_TABLE_H_
+#define VELMORA_BASE_NAME_TABLE_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -12,9 +12,12 @@
 #include <vector>
 
 // Record has a member `std::string_view name`, which must stay valid while the table is used.
-template <typename Record>
-class ZemNameTable {
+template <typename Record, typename Hash = std::hash<std::string_view>,
+          typename Equal = std::equal_to<std::string_view>>
+class NameTable {
  public:
+  explicit NameTable(Hash hash = Hash(), Equal equal = Equal()) : m_hash(hash), m_equal(equal) {}
+
   static constexpr size_t NOT_FOUND = SIZE_MAX;
   // Positions are kept in 32 bits.
   static constexpr size_t MAX_RECORDS = UINT32_MAX - 1;
@@ -53,9 +56,9 @@ class ZemNameTable {
   // half full, so the probe ends.
   size_t SlotOf(std::string_view name) const {
     const size_t mask = m_slots.size() - 1;
-    for (size_t slot = std::hash<std::string_view>()(name) & mask;; slot = (slot + 1) & mask) {
+    for (size_t slot = m_hash(name) & mask;; slot = (slot + 1) & mask) {
       const uint32_t held = m_slots[slot];
-      if (held == 0 || m_records[held - 1].name == name) return slot;
+      if (held == 0 || m_equal(m_records[held - 1].name, name)) return slot;
     }
   }
 
@@ -69,8 +72,10 @@ class ZemNameTable {
     }
   }
 
+  Hash m_hash;
+  Equal m_equal;
   std::vector<uint32_t> m_slots;  // a record's position + 1; 0 is an empty slot
   std::vector<Record> m_records;
 };
 
-#endif  // VELMORA_SCHEMA_ZEM_NAME_TABLE_H_
+#endif  // VELMORA_BASE_NAME_TABLE_H_
