@@ -160,7 +160,10 @@ void ZemSourcePlaces::Add(const void* handle, const ZemPlace& element,
         m_records.begin(), m_records.end(), handle,
         [&before](const Record& record, const void* key) { return before(record.handle, key); });
   }
-  if (at == m_records.end() || at->handle != handle) {
+  if (at == m_records.end()) {
+    m_records.push_back(Record{handle, ZemPlace(), 0});
+    at = m_records.end() - 1;
+  } else if (at->handle != handle) {
     at = m_records.insert(at, Record{handle, ZemPlace(), 0});
   }
   Record& record = *at;
