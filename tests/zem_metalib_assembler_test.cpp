@@ -107,6 +107,59 @@ TEST(ZemMetaLibAssembler, BuildsStructByStructWhatTheBuilderBuildsWhole) {
             zem_get_meta_by_index(assembled.get(), 1));
 }
 
+TEST(ZemMetaLibAssembler, LaysOutEntryByEntryWhatTheBuilderBuildsWhole) {
+  const ZemMetaLibDef def = TwoMetas();
+  std::string error;
+  const ZemMetaLibPtr whole = ZemBuildMetaLib(def, &error);
+  ASSERT_TRUE(whole) << error;
+  ZemMetaLibAssembler assembler(def.name, def.version);
+  for (const ZemMetaDef& meta : def.metas) {
+    ZemMetaDef own_fields = meta;
+    own_fields.entries.clear();
+    ASSERT_TRUE(assembler.Begin(own_fields, meta.entries.size(), &error)) << error;
+    for (const ZemEntryDef& entry : meta.entries) {
+      ASSERT_TRUE(assembler.AddEntry(entry, entry.name, &error)) << error;
+    }
+    ASSERT_TRUE(assembler.End(own_fields, &error)) << error;
+  }
+  const ZemMetaLibPtr assembled = assembler.Finish(def.macros);
+  EXPECT_EQ(Describe(assembled.get()), Describe(whole.get()));
+}
+
+TEST(ZemMetaLibAssembler, RefusesEntriesOtherThanAnnounced) {
+  const ZemMetaLibDef def = TwoMetas();
+  const ZemMetaDef& pos = def.metas[0];
+  std::string error;
+  {
+    ZemMetaLibAssembler assembler("game", 0);
+    ASSERT_TRUE(assembler.Begin(pos, 1, &error));
+    ASSERT_TRUE(assembler.AddEntry(pos.entries[0], pos.entries[0].name, &error));
+    EXPECT_FALSE(assembler.AddEntry(pos.entries[1], pos.entries[1].name, &error));
+    EXPECT_EQ(error, "meta 'pos': more entries than the 1 announced");
+  }
+  {
+    ZemMetaLibAssembler assembler("game", 0);
+    ASSERT_TRUE(assembler.Begin(pos, 3, &error));
+    for (const ZemEntryDef& entry : pos.entries) {
+      ASSERT_TRUE(assembler.AddEntry(entry, entry.name, &error));
+    }
+    EXPECT_FALSE(assembler.End(pos, &error));
+    EXPECT_EQ(error, "meta 'pos': 2 entries of the 3 announced");
+  }
+  {
+    // Entry by entry, a key member must be among the entries added.
+    ZemMetaLibAssembler assembler("game", 0);
+    ZemMetaDef keyed = pos;
+    keyed.primary_key = {"z"};
+    ASSERT_TRUE(assembler.Begin(keyed, 2, &error));
+    for (const ZemEntryDef& entry : pos.entries) {
+      ASSERT_TRUE(assembler.AddEntry(entry, entry.name, &error));
+    }
+    EXPECT_FALSE(assembler.End(keyed, &error));
+    EXPECT_EQ(error, "meta 'pos': primary key member 'z' names no entry");
+  }
+}
+
 TEST(ZemMetaLibAssembler, RefusesNamesItCannotResolve) {
   ZemMetaLibDef def = TwoMetas();
   std::string error;

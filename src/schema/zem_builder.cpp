@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <new>
+#include <optional>
 #include <string_view>
 
 #include "base/name_table.h"
@@ -93,15 +94,16 @@ struct BuiltMeta {
 };
 
 // Finds a meta's entries by name; the first of two entries with one name wins. The names are not
-// copied: the description outlives the finder.
+// copied: they outlive the finder.
 class EntryFinder {
  public:
+  EntryFinder() = default;
   explicit EntryFinder(const ZemMetaDef& meta) {
     m_by_name.Reserve(meta.entries.size());
-    for (size_t i = 0; i < meta.entries.size(); ++i) {
-      m_by_name.Add(Named{meta.entries[i].name, static_cast<int>(i)});
-    }
+    for (size_t i = 0; i < meta.entries.size(); ++i) Add(meta.entries[i].name, static_cast<int>(i));
   }
+  void Reserve(size_t entries) { m_by_name.Reserve(entries); }
+  void Add(std::string_view name, int entry) { m_by_name.Add(Named{name, entry}); }
   // The entry's position, or -1.
   int Find(std::string_view name) const {
     const size_t found = m_by_name.Find(name);
@@ -132,39 +134,50 @@ class MetaLibBuilder {
 
   // Reserves a record for each meta, in order, before any is laid out.
   bool ReserveMetas(const std::vector<ZemMetaDef>& metas);
-  // Lays out the next meta; its description may be dropped once this returns.
+  // Lays out the next meta, its entries included; its description may be dropped once this
+  // returns.
   bool AddMeta(const ZemMetaDef& meta);
+  // Lays out the next meta entry by entry: BeginMeta with its own fields and the number of its
+  // entries (its description's entries are not read), AddEntry for each entry in order, then
+  // EndMeta with its keys, split key and indexes. A refer or key names an entry added before.
+  bool BeginMeta(const ZemMetaDef& meta, size_t entries);
+  // lasting_name is the entry's name, valid until EndMeta returns.
+  bool AddEntry(const ZemEntryDef& entry, std::string_view lasting_name);
+  bool EndMeta(const ZemMetaDef& meta);
   ZemMetaLibPtr Finish(const std::vector<std::pair<std::string, int>>& macros);
   const std::string& error() const { return m_error; }
 
  private:
   // One meta under construction.
   struct MetaLayout {
-    MetaLayout(const ZemMetaDef& meta_def, ZEMPTR meta_offset)
-        : def(meta_def),
+    MetaLayout(const ZemMetaDef& meta, size_t meta_index, ZEMPTR meta_offset, size_t entry_total)
+        : m(meta_index),
           offset(meta_offset),
-          where("meta '" + meta_def.name + "'"),
-          by_name(meta_def),
-          entry_count(static_cast<int>(meta_def.entries.size())),
-          entry_num(meta_def.entry_num.value_or(entry_count)),
-          slots(std::max(entry_num, entry_count)),
-          flags(meta_def.entries.size(), 0) {}
+          where("meta '" + meta.name + "'"),
+          is_union(meta.is_union),
+          entry_count(static_cast<int>(entry_total)),
+          entry_num(meta.entry_num.value_or(entry_count)),
+          slots(std::max(entry_num, entry_count)) {}
 
     ZEMPTR EntryOffset(int i) const {
       return entries + static_cast<ZEMPTR>(i * sizeof(tagZEMMetaEntry));
     }
 
-    const ZemMetaDef& def;
+    size_t m;  // its place among the metas
     ZEMPTR offset;
     std::string where;
+    bool is_union;
     EntryFinder by_name;
     int entry_count;  // entries described
     int entry_num;    // entries the meta claims; extra slots are empty
     int slots;
+    int laid_out = 0;  // entries laid out so far
+    int64_t host_offset = 0;
+    int64_t size = 0;
+    bool keys_marked = false;
     ZEMPTR entry_table = ZEMPTR_NONE;
     ZEMPTR entries = ZEMPTR_NONE;
-    std::vector<unsigned char> flags;  // key bits, by entry
-    std::vector<int> key_entries;      // key members' entries in key order
+    std::vector<int> key_entries;  // key members' entries in key order
     ZEMPTR key_base = ZEMPTR_NONE;
     ZEMPTR split_entry = ZEMPTR_NONE;
     ZEMPTR split_text = ZEMPTR_NONE;
@@ -177,15 +190,12 @@ class MetaLibBuilder {
   }
 
   bool ReserveMeta(const std::string& name);
-  bool LayOutMeta(const ZemMetaDef& meta, size_t m);
-  bool MarkKeyMembers(MetaLayout& layout);
-  bool LayOutEntries(MetaLayout& layout, size_t m);
-  bool LayOutEntry(const MetaLayout& layout, size_t m, int i, int64_t& host_offset, int64_t& size);
-  void FillEntryTable(const MetaLayout& layout);
-  ZEMPTR LayOutKey(const MetaLayout& layout);
-  void LayOutSplitKey(MetaLayout& layout);
-  bool LayOutIndexes(MetaLayout& layout);
-  void WriteMetaRecord(const MetaLayout& layout, size_t m);
+  bool MarkKeyMembers(const ZemMetaDef& meta, MetaLayout& layout);
+  bool LayOutNextEntry(const ZemEntryDef& entry_def, MetaLayout& layout);
+  ZEMPTR LayOutKey(const ZemMetaDef& meta, const MetaLayout& layout);
+  void LayOutSplitKey(const ZemMetaDef& meta, MetaLayout& layout);
+  bool LayOutIndexes(const ZemMetaDef& meta, MetaLayout& layout);
+  void WriteMetaRecord(const ZemMetaDef& meta, const MetaLayout& layout);
   ZEMPTR LayOutMetaTables(ZEMPTR& meta_by_name);
   ZEMPTR LayOutMacros(const std::vector<std::pair<std::string, int>>& macro_defs,
                       int32_t& macro_num);
@@ -194,7 +204,8 @@ class MetaLibBuilder {
   Arena m_arena;
   ZEMPTR m_lib_name;
   std::vector<BuiltMeta> m_built;
-  size_t m_laid_out = 0;  // metas laid out so far, the first ones of m_built
+  size_t m_laid_out = 0;             // metas begun so far, the first ones of m_built
+  std::optional<MetaLayout> m_open;  // the meta being laid out
   std::map<std::string, size_t> m_meta_index;
   std::string m_error;
 };
@@ -218,58 +229,81 @@ bool MetaLibBuilder::ReserveMetas(const std::vector<ZemMetaDef>& metas) {
 }
 
 bool MetaLibBuilder::AddMeta(const ZemMetaDef& meta) {
-  if (m_laid_out == m_built.size() && !ReserveMeta(meta.name)) return false;
-  return LayOutMeta(meta, m_laid_out++);
+  if (!BeginMeta(meta, meta.entries.size())) return false;
+  MetaLayout& layout = *m_open;
+  // Every name is known before any entry is laid out: a described refer may name a later entry,
+  // and a key that names no entry is told before the entries are.
+  layout.by_name = EntryFinder(meta);
+  if (!MarkKeyMembers(meta, layout)) return false;
+  for (const ZemEntryDef& entry : meta.entries) {
+    if (!LayOutNextEntry(entry, layout)) return false;
+  }
+  return EndMeta(meta);
 }
 
-bool MetaLibBuilder::LayOutMeta(const ZemMetaDef& meta, size_t m) {
-  MetaLayout layout(meta, m_built[m].offset);
+bool MetaLibBuilder::BeginMeta(const ZemMetaDef& meta, size_t entries) {
+  if (m_laid_out == m_built.size() && !ReserveMeta(meta.name)) return false;
+  const size_t m = m_laid_out++;
+  MetaLayout& layout = m_open.emplace(meta, m, m_built[m].offset, entries);
   layout.entry_table = m_arena.Alloc<ZEMPTR>(static_cast<size_t>(layout.slots));
-  layout.entries = m_arena.Alloc<tagZEMMetaEntry>(layout.def.entries.size());
+  layout.entries = m_arena.Alloc<tagZEMMetaEntry>(entries);
   m_built[m].entries = layout.entries;
-
-  if (!MarkKeyMembers(layout)) return false;
-  if (layout.def.index_num && *layout.def.index_num > static_cast<int>(layout.def.indexes.size())) {
-    return Fail(layout.where + ": index count above the indexes given");
-  }
-  if (!LayOutEntries(layout, m)) return false;
-  FillEntryTable(layout);
-  layout.key_base = LayOutKey(layout);
-  LayOutSplitKey(layout);
-  if (!LayOutIndexes(layout)) return false;
-  WriteMetaRecord(layout, m);
+  // Slots of entries not laid out, or described as missing, stay empty.
+  for (int i = 0; i < layout.slots; ++i) m_arena.At<ZEMPTR>(layout.entry_table)[i] = ZEMPTR_NONE;
   return true;
 }
 
-// Key members get the key bit; their entries must exist.
-bool MetaLibBuilder::MarkKeyMembers(MetaLayout& layout) {
-  for (const std::string& member : layout.def.primary_key) {
+bool MetaLibBuilder::AddEntry(const ZemEntryDef& entry, std::string_view lasting_name) {
+  MetaLayout& layout = *m_open;
+  if (layout.laid_out == layout.entry_count) {
+    return Fail(layout.where + ": more entries than the " + std::to_string(layout.entry_count) +
+                " announced");
+  }
+  layout.by_name.Add(lasting_name, layout.laid_out);
+  return LayOutNextEntry(entry, layout);
+}
+
+bool MetaLibBuilder::EndMeta(const ZemMetaDef& meta) {
+  MetaLayout& layout = *m_open;
+  if (layout.laid_out != layout.entry_count) {
+    return Fail(layout.where + ": " + std::to_string(layout.laid_out) + " entries of the " +
+                std::to_string(layout.entry_count) + " announced");
+  }
+  if (!MarkKeyMembers(meta, layout)) return false;
+  for (const int e : layout.key_entries) {
+    m_arena.At<tagZEMMetaEntry>(layout.EntryOffset(e))->chDBFlag |= ZEM_DBFLAG_PRIMARY_KEY;
+  }
+  m_built[layout.m].size = ClampToInt(layout.size);
+  layout.key_base = LayOutKey(meta, layout);
+  LayOutSplitKey(meta, layout);
+  if (!LayOutIndexes(meta, layout)) return false;
+  WriteMetaRecord(meta, layout);
+  m_open.reset();
+  return true;
+}
+
+// Key members get the key bit; their entries must exist. Done once, before the entries of a whole
+// description and after those of one added entry by entry.
+bool MetaLibBuilder::MarkKeyMembers(const ZemMetaDef& meta, MetaLayout& layout) {
+  if (layout.keys_marked) return true;
+  layout.keys_marked = true;
+  for (const std::string& member : meta.primary_key) {
     const int e = layout.by_name.Find(member);
     if (e < 0) return Fail(layout.where + ": primary key member '" + member + "' names no entry");
     layout.key_entries.push_back(e);
-    layout.flags[static_cast<size_t>(e)] |= ZEM_DBFLAG_PRIMARY_KEY;
   }
-  if (layout.def.primary_key_num &&
-      *layout.def.primary_key_num > static_cast<int>(layout.key_entries.size()) &&
-      !layout.def.primary_key_base_absent) {
+  if (meta.primary_key_num && *meta.primary_key_num > static_cast<int>(layout.key_entries.size()) &&
+      !meta.primary_key_base_absent) {
     return Fail(layout.where + ": key count above the members given");
   }
-  return true;
-}
-
-bool MetaLibBuilder::LayOutEntries(MetaLayout& layout, size_t m) {
-  int64_t host_offset = 0;
-  int64_t size = 0;
-  for (int i = 0; i < layout.entry_count; ++i) {
-    if (!LayOutEntry(layout, m, i, host_offset, size)) return false;
+  if (meta.index_num && *meta.index_num > static_cast<int>(meta.indexes.size())) {
+    return Fail(layout.where + ": index count above the indexes given");
   }
-  m_built[m].size = ClampToInt(size);
   return true;
 }
 
-bool MetaLibBuilder::LayOutEntry(const MetaLayout& layout, size_t m, int i, int64_t& host_offset,
-                                 int64_t& size) {
-  const ZemEntryDef& entry_def = layout.def.entries[static_cast<size_t>(i)];
+bool MetaLibBuilder::LayOutNextEntry(const ZemEntryDef& entry_def, MetaLayout& layout) {
+  const int i = layout.laid_out++;
   ZEMPTR type_meta = ZEMPTR_NONE;
   uint32_t unit_size = ZemBaseTypeUnitSize(entry_def.type, 0);
   if (!entry_def.type_meta.empty()) {
@@ -280,7 +314,7 @@ bool MetaLibBuilder::LayOutEntry(const MetaLayout& layout, size_t m, int i, int6
     }
     type_meta = m_built[found->second].offset;
     // A meta laid out later has no size yet.
-    unit_size = found->second < m ? static_cast<uint32_t>(m_built[found->second].size) : 0;
+    unit_size = found->second < layout.m ? static_cast<uint32_t>(m_built[found->second].size) : 0;
   }
   if (entry_def.unit_size) unit_size = *entry_def.unit_size;
   ZEMPTR refer = ZEMPTR_NONE;
@@ -304,26 +338,18 @@ bool MetaLibBuilder::LayOutEntry(const MetaLayout& layout, size_t m, int i, int6
   entry->iType = entry_def.type;
   entry->iCount = entry_def.count;
   entry->uUnitSize = unit_size;
-  entry->chDBFlag =
-      static_cast<unsigned char>(entry_def.db_flag | layout.flags[static_cast<size_t>(i)]);
+  entry->chDBFlag = entry_def.db_flag;  // key bits are added once the key is known
   const int64_t entry_size =
       static_cast<int64_t>(unit_size) * std::max<int64_t>(entry_def.count, 1);
-  entry->iHOff = layout.def.is_union ? 0 : ClampToInt(host_offset);
-  host_offset += entry_size;
-  size = layout.def.is_union ? std::max(size, entry_size) : size + entry_size;
+  entry->iHOff = layout.is_union ? 0 : ClampToInt(layout.host_offset);
+  layout.host_offset += entry_size;
+  layout.size = layout.is_union ? std::max(layout.size, entry_size) : layout.size + entry_size;
+  if (!entry_def.null_slot) m_arena.At<ZEMPTR>(layout.entry_table)[i] = layout.EntryOffset(i);
   return true;
 }
 
-void MetaLibBuilder::FillEntryTable(const MetaLayout& layout) {
-  for (int i = 0; i < layout.slots; ++i) {
-    const bool present =
-        i < layout.entry_count && !layout.def.entries[static_cast<size_t>(i)].null_slot;
-    m_arena.At<ZEMPTR>(layout.entry_table)[i] = present ? layout.EntryOffset(i) : ZEMPTR_NONE;
-  }
-}
-
-ZEMPTR MetaLibBuilder::LayOutKey(const MetaLayout& layout) {
-  if (layout.def.primary_key_base_absent || layout.key_entries.empty()) return ZEMPTR_NONE;
+ZEMPTR MetaLibBuilder::LayOutKey(const ZemMetaDef& meta, const MetaLayout& layout) {
+  if (meta.primary_key_base_absent || layout.key_entries.empty()) return ZEMPTR_NONE;
   const ZEMPTR key_base = m_arena.Alloc<tagZEMDBKeyInfo>(layout.key_entries.size());
   for (size_t k = 0; k < layout.key_entries.size(); ++k) {
     tagZEMDBKeyInfo* key = m_arena.At<tagZEMDBKeyInfo>(key_base) + k;
@@ -335,16 +361,16 @@ ZEMPTR MetaLibBuilder::LayOutKey(const MetaLayout& layout) {
 
 // The split key points at its first piece's entry; a text that names no field still declares a
 // key, pointing at the meta's first entry record.
-void MetaLibBuilder::LayOutSplitKey(MetaLayout& layout) {
-  if (!layout.def.split_table_key) return;
-  const std::string& text = *layout.def.split_table_key;
-  const int e = layout.by_name.Find(text.substr(0, text.find(',')));
+void MetaLibBuilder::LayOutSplitKey(const ZemMetaDef& meta, MetaLayout& layout) {
+  if (!meta.split_table_key) return;
+  const std::string& text = *meta.split_table_key;
+  const int e = layout.by_name.Find(std::string_view(text).substr(0, text.find(',')));
   layout.split_entry = e >= 0 ? layout.EntryOffset(e) : layout.entries;
   layout.split_text = m_arena.AddText(text);
 }
 
-bool MetaLibBuilder::LayOutIndexes(MetaLayout& layout) {
-  const std::vector<ZemIndexDef>& index_defs = layout.def.indexes;
+bool MetaLibBuilder::LayOutIndexes(const ZemMetaDef& meta, MetaLayout& layout) {
+  const std::vector<ZemIndexDef>& index_defs = meta.indexes;
   const ZEMPTR indexes = layout.indexes = m_arena.Alloc<tagZEMMetaIndex>(index_defs.size());
   for (size_t i = 0; i < index_defs.size(); ++i) {
     const ZemIndexDef& index_def = index_defs[i];
@@ -371,8 +397,7 @@ bool MetaLibBuilder::LayOutIndexes(MetaLayout& layout) {
   return true;
 }
 
-void MetaLibBuilder::WriteMetaRecord(const MetaLayout& layout, size_t m) {
-  const ZemMetaDef& meta = layout.def;
+void MetaLibBuilder::WriteMetaRecord(const ZemMetaDef& meta, const MetaLayout& layout) {
   const ZEMPTR meta_name = m_arena.AddText(meta.name);
   const ZEMPTR meta_attr = meta.customattr2 ? m_arena.AddText(*meta.customattr2) : ZEMPTR_NONE;
 
@@ -382,7 +407,7 @@ void MetaLibBuilder::WriteMetaRecord(const MetaLayout& layout, size_t m) {
   record->iVersion = meta.version;
   record->iIsUnion = meta.is_union ? 1 : 0;
   record->iEntriesNum = layout.entry_num;
-  record->iSize = m_built[m].size;
+  record->iSize = m_built[layout.m].size;
   record->ptrEntryTable = layout.entry_table - layout.offset;
   record->nPrimayKeyMemberNum =
       meta.primary_key_num.value_or(static_cast<int16_t>(layout.key_entries.size()));
@@ -500,9 +525,25 @@ ZemMetaLibAssembler::ZemMetaLibAssembler(const std::string& name, int version)
 ZemMetaLibAssembler::~ZemMetaLibAssembler() = default;
 
 bool ZemMetaLibAssembler::Add(const ZemMetaDef& meta, std::string* error) {
-  if (m_builder->layout.AddMeta(meta)) return true;
-  *error = m_builder->layout.error();
-  return false;
+  return Succeeded(m_builder->layout.AddMeta(meta), error);
+}
+
+bool ZemMetaLibAssembler::Begin(const ZemMetaDef& meta, size_t entries, std::string* error) {
+  return Succeeded(m_builder->layout.BeginMeta(meta, entries), error);
+}
+
+bool ZemMetaLibAssembler::AddEntry(const ZemEntryDef& entry, std::string_view name,
+                                   std::string* error) {
+  return Succeeded(m_builder->layout.AddEntry(entry, name), error);
+}
+
+bool ZemMetaLibAssembler::End(const ZemMetaDef& meta, std::string* error) {
+  return Succeeded(m_builder->layout.EndMeta(meta), error);
+}
+
+bool ZemMetaLibAssembler::Succeeded(bool laid_out, std::string* error) const {
+  if (!laid_out) *error = m_builder->layout.error();
+  return laid_out;
 }
 
 ZemMetaLibPtr ZemMetaLibAssembler::Finish(const std::vector<std::pair<std::string, int>>& macros) {

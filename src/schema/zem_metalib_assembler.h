@@ -4,8 +4,10 @@
 #ifndef VELMORA_SCHEMA_ZEM_METALIB_ASSEMBLER_H_
 #define VELMORA_SCHEMA_ZEM_METALIB_ASSEMBLER_H_
 
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,11 +25,23 @@ class ZemMetaLibAssembler {
   // added before it) is missing; nothing more should be added then.
   bool Add(const ZemMetaDef& meta, std::string* error);
 
+  // Lays out the next struct or union entry by entry, so that no description of all its entries
+  // is ever needed: Begin with its own fields and the number of its entries (meta.entries is not
+  // read), AddEntry for each entry in order (name: its name, valid until End returns), then End
+  // with its keys, split key and indexes. A refer or key member names an entry added before.
+  // Each returns false and sets *error as Add does, and when the entries do not match the number
+  // announced.
+  bool Begin(const ZemMetaDef& meta, size_t entries, std::string* error);
+  bool AddEntry(const ZemEntryDef& entry, std::string_view name, std::string* error);
+  bool End(const ZemMetaDef& meta, std::string* error);
+
   // The metalib of the metas added, with its macros (of two with one name, the later value wins).
   ZemMetaLibPtr Finish(const std::vector<std::pair<std::string, int>>& macros);
 
  private:
   struct Builder;
+  bool Succeeded(bool laid_out, std::string* error) const;
+
   std::unique_ptr<Builder> m_builder;
 };
 

@@ -180,8 +180,9 @@ struct KnownMeta {
 // An entry of the struct or union being read; its position in the table is its index.
 struct KnownEntry {
   std::string_view name;
+  const char* type_meta = "";  // the struct or union of its type, if any
   int type = 0;
-  int64_t count = 0;
+  int count = 0;  // read within the int range
   size_t offset = 0;
 };
 
@@ -200,6 +201,7 @@ struct MetaState {
   std::unordered_map<std::string_view, size_t> index_offsets;
   std::vector<PendingIndex> indexes;
   int64_t size = 0;
+  bool build = false;  // laid out as it is read
 };
 
 // Walks the parsed document and fills the metalib description, in document order. Every Fail
@@ -611,10 +613,9 @@ class SchemaReader {
     info.is_union = is_union;
     info.has_primary_key = !meta.def->primary_key.empty();
     m_result->metas.push_back(std::move(info));
-    // Laid out now, while its description is at hand, and without the lookups of its reading;
-    // once a load error is listed the file builds nothing.
+    // Finished without the lookups of its reading.
     meta.entries = NameTable<KnownEntry>();
-    return !m_result->errors.empty() || m_assembler->Add(def, &m_build_error);
+    return !meta.build || m_assembler->End(def, &m_build_error);
   }
 
   // The entries and indexes of a struct or union, in document order. Room for every entry is made
@@ -631,8 +632,11 @@ class SchemaReader {
                             " entries; at most " + std::to_string(MAX_ENTRIES) + " fit");
     }
     meta->entries.Reserve(entries);
-    meta->def->entries.reserve(entries);
     meta->places->entries.reserve(entries);
+    // Laid out as it is read, while the file has no load error: no description of all its
+    // entries is kept.
+    meta->build = m_result->errors.empty();
+    if (meta->build && !m_assembler->Begin(*meta->def, entries, &m_build_error)) return false;
     pugi::xml_node parent = node;
     for (pugi::xml_node child = node.first_child(), next; child; child = next) {
       next = child.next_sibling();
@@ -728,9 +732,8 @@ class SchemaReader {
     }
     const KnownEntry& target = meta.entries[found];
     if (target.type < ZEM_TYPE_INT8 || target.type > ZEM_TYPE_UINT32) {
-      const std::string type_name = target.type <= ZEM_TYPE_STRUCT
-                                        ? meta.def->entries[found].type_meta
-                                        : BaseTypeName(target.type);
+      const std::string type_name = target.type <= ZEM_TYPE_STRUCT ? std::string(target.type_meta)
+                                                                   : BaseTypeName(target.type);
       return Fail(attribute, owner.Text() + ": " + what() + " has type " + Quote(type_name) +
                                  "; a refer must be an integer of at most 32 bits (int8, uint8,"
                                  " byte, int16, uint16, int32 or uint32)");
@@ -784,7 +787,7 @@ class SchemaReader {
                                       where.Text() + " is too long; a name has at most 127 bytes");
     }
     const Owner owner{"entry", name};
-    const size_t entry_index = meta->def->entries.size();
+    const size_t entry_index = meta->entries.size();
     KnownEntry known;
     known.name = name;
     known.offset = OffsetOf(node);
@@ -800,6 +803,7 @@ class SchemaReader {
     if (!type_attribute) return Fail(node, owner.Text() + " has no 'type' attribute");
     const KnownMeta* type_meta = nullptr;
     if (!ReadEntryType(type_attribute, owner, *meta, &entry, &type_meta)) return false;
+    if (type_meta != nullptr) meta->entries[entry_index].type_meta = type_attribute.value();
     int64_t declared_size = 0;
     if (!ReadEntrySize(attributes[ATTR_SIZE], owner, entry.type, type_meta != nullptr,
                        &declared_size)) {
@@ -821,11 +825,10 @@ class SchemaReader {
     entry.count = static_cast<int>(count);
     entry.unit_size = static_cast<uint32_t>(unit);
     meta->entries[entry_index].type = entry.type;
-    meta->entries[entry_index].count = count;
-    meta->def->entries.push_back(std::move(entry));
+    meta->entries[entry_index].count = static_cast<int>(count);
     meta->places->entries.push_back(
         ZemMetaPlaces::Entry{PlaceOf(known.offset), PlaceOf(attributes[ATTR_CUSTOMATTR2])});
-    return true;
+    return !meta->build || m_assembler->AddEntry(entry, name, &m_build_error);
   }
 
   bool ReadIndex(const pugi::xml_node& node, MetaState* meta) {
