@@ -1,4 +1,5 @@
 #include "base/name_table.h"
+#include "base/name_hash.h"
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,27 @@ TEST(NameTable, AgreesWithAHashMapThroughGrowthAndReserve) {
     }
     EXPECT_EQ(table.Find("f3000"), Table::NOT_FOUND);
   }
+}
+
+TEST(NameTable, SpreadsNamesThatAnUnkeyedHashCrowdsTogether) {
+  // Names whose library hash agrees in its low 8 bits would all start their probes in one slot
+  // of 256; the keyed hash gives them slots as any names get.
+  std::vector<std::string> crowded;
+  for (int i = 0; crowded.size() < 2000; ++i) {
+    std::string name = "f" + std::to_string(i);
+    if ((std::hash<std::string_view>()(name) & 0xFF) == 0) crowded.push_back(std::move(name));
+  }
+  std::vector<bool> slots(256, false);
+  size_t used = 0;
+  for (const std::string& name : crowded) {
+    const size_t slot = KeyedNameHash()(name) & 0xFF;
+    used += slots[slot] ? 0 : 1;
+    slots[slot] = true;
+  }
+  EXPECT_GT(used, 200u);
+  // The same name always gets the same hash within a process.
+  EXPECT_EQ(KeyedNameHash()("hp"), KeyedNameHash()(std::string("hp")));
+  EXPECT_NE(KeyedNameHash()("hp"), KeyedNameHash()(std::string_view("hp\0", 3)));
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // Records found by name, in the order they were added, for lookups among a struct's entries: an
 // open-addressing table of 32-bit positions into one vector, so that a struct of a million
 // entries costs a few words per entry and no allocation per entry. The first record of a name is
-// the one found; names are hashed and compared as Hash and Equal say (byte for byte by default).
+// the one found; names are hashed and compared as Hash and Equal say (byte for byte by default,
+// with a hash a file cannot aim at).
 #ifndef VELMORA_BASE_NAME_TABLE_H_
 #define VELMORA_BASE_NAME_TABLE_H_
 
@@ -11,8 +12,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/name_hash.h"
+
 // Record has a member `std::string_view name`, which must stay valid while the table is used.
-template <typename Record, typename Hash = std::hash<std::string_view>,
+template <typename Record, typename Hash = KeyedNameHash,
           typename Equal = std::equal_to<std::string_view>>
 class NameTable {
  public:

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/name_hash.h"
 #include "base/name_table.h"
 
 namespace {
@@ -17,16 +18,12 @@ struct FoldTable {
   unsigned char bytes[256];
 };
 
-// FNV-1a over the folded bytes.
+// The folded bytes, hashed with the process's key.
 struct FoldedHash {
   const FoldTable* fold;
   size_t operator()(std::string_view name) const {
-    uint64_t hash = 14695981039346656037ULL;
-    for (const char c : name) {
-      hash ^= fold->bytes[static_cast<unsigned char>(c)];
-      hash *= 1099511628211ULL;
-    }
-    return static_cast<size_t>(hash);
+    return static_cast<size_t>(
+        KeyedHash(name, [this](unsigned char c) { return uint64_t{fold->bytes[c]}; }));
   }
 };
 
