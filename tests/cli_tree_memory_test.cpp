@@ -47,6 +47,15 @@ TEST(TreeMemory, TakesABlockOfItsOwnForWhatExceedsOne) {
   FreeTreeMemory(small);
   FreeTreeMemory(after);
   EXPECT_LE(MappedTreeBlocks(), std::max<size_t>(before, 1));
+  // A block of its own goes back as soon as it is freed, even while it is being filled.
+  void* keep = AllocateTreeMemory(64);
+  const size_t blocks = MappedTreeBlocks();
+  FreeTreeMemory(AllocateTreeMemory(3 * TREE_BLOCK_BYTES));
+  EXPECT_EQ(MappedTreeBlocks(), blocks);
+  FreeTreeMemory(keep);
+  void* next = AllocateTreeMemory(64);
+  EXPECT_NE(next, nullptr);
+  FreeTreeMemory(next);
   EXPECT_EQ(AllocateTreeMemory(SIZE_MAX - 8), nullptr);
 }
 

@@ -70,12 +70,13 @@ void FreeTreeMemory(void* memory) {
   std::lock_guard<std::mutex> lock(g_mutex);
   Block* block = header->block;
   if (--block->live > 0) return;
-  if (block == g_filling) {
+  if (block == g_filling && block->size == TREE_BLOCK_BYTES) {
     // Filled again from its start: its pages stay, to be written over.
     block->used = FIRST_BYTE;
-  } else {
-    Unmap(block);
+    return;
   }
+  if (block == g_filling) g_filling = nullptr;
+  Unmap(block);
 }
 
 size_t MappedTreeBlocks() {
