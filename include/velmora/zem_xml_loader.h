@@ -96,7 +96,8 @@ class VELMORA_API ZemSourcePlaces {
 
   // Records the place of the element of a handle, and of its attributes (NULL: none); a handle
   // added again gets the new places. Handles added in ascending address order, as the loader
-  // adds them, are recorded at no more cost than an append.
+  // adds them, are recorded at no more cost than an append; one added below others moves the
+  // records of those up.
   void Add(const void* handle, const ZemPlace& element, const ZemPlace* attributes);
   // Makes room for this many handles without growing again.
   void Reserve(size_t handles);
