@@ -19,8 +19,9 @@ void Require(bool holds) {
 void WalkMeta(LPZEMMETALIB metalib, LPZEMMETA meta) {
   Require(zem_get_meta_by_name(metalib, zem_get_meta_name(meta)) == meta);
   Require(meta->iSize >= 0);
+  // A table's customattr2 is kept as written, however long; it is read to its end.
   const char* attr = zem_get_meta_customattr2(meta);
-  if (attr != nullptr) Require(std::strlen(attr) <= 2047);
+  if (attr != nullptr) Require(std::strlen(attr) < static_cast<size_t>(metalib->iDataSize));
   char split_key[1024];
   const char* split_error = nullptr;
   if (zem_get_meta_splittablekey(meta, split_key, sizeof(split_key), &split_error) != 0) {
