@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <velmora/zem.h>
@@ -124,6 +125,64 @@ TEST(ZemMetaLibAssembler, LaysOutEntryByEntryWhatTheBuilderBuildsWhole) {
   }
   const ZemMetaLibPtr assembled = assembler.Finish(def.macros);
   EXPECT_EQ(Describe(assembled.get()), Describe(whole.get()));
+}
+
+// The entries of one meta by name, as a reader that keeps its own table would answer; it lists
+// the names it is asked for.
+class ListLookup final : public ZemEntryLookup {
+ public:
+  int Find(std::string_view name) const override {
+    asked.emplace_back(name);
+    for (size_t i = 0; i < names.size(); ++i) {
+      if (names[i] == name) return static_cast<int>(i);
+    }
+    return -1;
+  }
+
+  std::vector<std::string> names;
+  mutable std::vector<std::string> asked;
+};
+
+TEST(ZemMetaLibAssembler, FindsEntriesThroughTheCallersLookup) {
+  const ZemMetaLibDef def = TwoMetas();
+  std::string error;
+  const ZemMetaLibPtr whole = ZemBuildMetaLib(def, &error);
+  ASSERT_TRUE(whole) << error;
+  ZemMetaLibAssembler assembler(def.name, def.version);
+  std::vector<std::string> asked;
+  for (const ZemMetaDef& meta : def.metas) {
+    ZemMetaDef own_fields = meta;
+    own_fields.entries.clear();
+    ListLookup lookup;
+    ASSERT_TRUE(assembler.Begin(own_fields, meta.entries.size(), &error, &lookup)) << error;
+    for (const ZemEntryDef& entry : meta.entries) {
+      lookup.names.push_back(entry.name);
+      ASSERT_TRUE(assembler.AddEntry(entry, entry.name, &error)) << error;
+    }
+    ASSERT_TRUE(assembler.End(own_fields, &error)) << error;
+    asked.insert(asked.end(), lookup.asked.begin(), lookup.asked.end());
+  }
+  const ZemMetaLibPtr assembled = assembler.Finish(def.macros);
+  EXPECT_EQ(Describe(assembled.get()), Describe(whole.get()));
+  // The refer of items, the key members, then the split key's first piece.
+  EXPECT_EQ(asked, (std::vector<std::string>{"n", "uid", "n", "uid"}));
+}
+
+TEST(ZemMetaLibAssembler, TellsANameTheCallersLookupDoesNotKnow) {
+  const ZemMetaLibDef def = TwoMetas();
+  ZemMetaDef keyed = def.metas[0];
+  keyed.entries.clear();
+  keyed.primary_key = {"x"};
+  std::string error;
+  ZemMetaLibAssembler assembler("game", 0);
+  ListLookup lookup;  // knows no entry, whatever is added
+  ASSERT_TRUE(assembler.Begin(keyed, 2, &error, &lookup));
+  for (const ZemEntryDef& entry : def.metas[0].entries) {
+    ASSERT_TRUE(assembler.AddEntry(entry, entry.name, &error));
+  }
+  EXPECT_FALSE(assembler.End(keyed, &error));
+  EXPECT_EQ(error, "meta 'pos': primary key member 'x' names no entry");
+  EXPECT_EQ(lookup.asked, std::vector<std::string>{"x"});
 }
 
 TEST(ZemMetaLibAssembler, RefusesEntriesOtherThanAnnounced) {

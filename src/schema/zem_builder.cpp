@@ -34,6 +34,18 @@ class Arena {
     return static_cast<ZEMPTR>(offset);
   }
 
+  // Room for count records of T that the caller writes whole before the block is handed over.
+  // They are not zeroed here: the pages of a struct's million entries are first touched as each
+  // entry is written, while the parsed file gives its memory back.
+  template <typename T>
+  ZEMPTR Claim(size_t count) {
+    if (count == 0) return Alloc<T>(0);
+    const size_t offset = (m_size + 7) & ~size_t{7};
+    Resize(offset);
+    Grow(offset + sizeof(T) * count);
+    return static_cast<ZEMPTR>(offset);
+  }
+
   ZEMPTR AddText(const std::string& text) {
     const ZEMPTR offset = static_cast<ZEMPTR>(m_size);
     Resize(m_size + text.size() + 1);
@@ -67,8 +79,14 @@ class Arena {
 
   // The data area holds size bytes, those past the old end zeroed.
   void Resize(size_t size) {
+    const size_t old_size = m_size;
+    Grow(size);
+    std::memset(Data() + old_size, 0, size - old_size);
+  }
+
+  // The data area holds size bytes, those past the old end as the allocator left them.
+  void Grow(size_t size) {
     if (size > m_capacity) Reserve(std::max(size, m_capacity * 2));
-    std::memset(Data() + m_size, 0, size - m_size);
     m_size = size;
   }
 
@@ -94,7 +112,7 @@ struct BuiltMeta {
 };
 
 // Finds a meta's entries by name; the first of two entries with one name wins. The names are not
-// copied: they outlive the finder.
+// copied: they outlive the finder. Given the caller's lookup, it asks that and keeps nothing.
 class EntryFinder {
  public:
   EntryFinder() = default;
@@ -102,10 +120,13 @@ class EntryFinder {
     m_by_name.Reserve(meta.entries.size());
     for (size_t i = 0; i < meta.entries.size(); ++i) Add(meta.entries[i].name, static_cast<int>(i));
   }
-  void Reserve(size_t entries) { m_by_name.Reserve(entries); }
-  void Add(std::string_view name, int entry) { m_by_name.Add(Named{name, entry}); }
+  explicit EntryFinder(const ZemEntryLookup* lookup) : m_lookup(lookup) {}
+  void Add(std::string_view name, int entry) {
+    if (m_lookup == nullptr) m_by_name.Add(Named{name, entry});
+  }
   // The entry's position, or -1.
   int Find(std::string_view name) const {
+    if (m_lookup != nullptr) return m_lookup->Find(name);
     const size_t found = m_by_name.Find(name);
     return found == NameTable<Named>::NOT_FOUND ? -1 : m_by_name[found].entry;
   }
@@ -115,6 +136,7 @@ class EntryFinder {
     std::string_view name;
     int entry;
   };
+  const ZemEntryLookup* m_lookup = nullptr;
   NameTable<Named> m_by_name;
 };
 
@@ -139,8 +161,9 @@ class MetaLibBuilder {
   bool AddMeta(const ZemMetaDef& meta);
   // Lays out the next meta entry by entry: BeginMeta with its own fields and the number of its
   // entries (its description's entries are not read), AddEntry for each entry in order, then
-  // EndMeta with its keys, split key and indexes. A refer or key names an entry added before.
-  bool BeginMeta(const ZemMetaDef& meta, size_t entries);
+  // EndMeta with its keys, split key and indexes. A refer or key names an entry added before;
+  // names are found through lookup when one is given, in a table of the builder's own otherwise.
+  bool BeginMeta(const ZemMetaDef& meta, size_t entries, const ZemEntryLookup* lookup = nullptr);
   // lasting_name is the entry's name, valid until EndMeta returns.
   bool AddEntry(const ZemEntryDef& entry, std::string_view lasting_name);
   bool EndMeta(const ZemMetaDef& meta);
@@ -241,15 +264,20 @@ bool MetaLibBuilder::AddMeta(const ZemMetaDef& meta) {
   return EndMeta(meta);
 }
 
-bool MetaLibBuilder::BeginMeta(const ZemMetaDef& meta, size_t entries) {
+bool MetaLibBuilder::BeginMeta(const ZemMetaDef& meta, size_t entries,
+                               const ZemEntryLookup* lookup) {
   if (m_laid_out == m_built.size() && !ReserveMeta(meta.name)) return false;
   const size_t m = m_laid_out++;
   MetaLayout& layout = m_open.emplace(meta, m, m_built[m].offset, entries);
-  layout.entry_table = m_arena.Alloc<ZEMPTR>(static_cast<size_t>(layout.slots));
-  layout.entries = m_arena.Alloc<tagZEMMetaEntry>(entries);
+  layout.by_name = EntryFinder(lookup);
+  // Each entry writes its own record and slot as it is laid out; the slots past the entries, of
+  // entries the meta claims and does not have, stay empty.
+  layout.entry_table = m_arena.Claim<ZEMPTR>(static_cast<size_t>(layout.slots));
+  layout.entries = m_arena.Claim<tagZEMMetaEntry>(entries);
   m_built[m].entries = layout.entries;
-  // Slots of entries not laid out, or described as missing, stay empty.
-  for (int i = 0; i < layout.slots; ++i) m_arena.At<ZEMPTR>(layout.entry_table)[i] = ZEMPTR_NONE;
+  for (int i = layout.entry_count; i < layout.slots; ++i) {
+    m_arena.At<ZEMPTR>(layout.entry_table)[i] = ZEMPTR_NONE;
+  }
   return true;
 }
 
@@ -330,6 +358,7 @@ bool MetaLibBuilder::LayOutNextEntry(const ZemEntryDef& entry_def, MetaLayout& l
   const ZEMPTR attr = entry_def.customattr2 ? m_arena.AddText(*entry_def.customattr2) : ZEMPTR_NONE;
 
   tagZEMMetaEntry* entry = m_arena.At<tagZEMMetaEntry>(layout.EntryOffset(i));
+  std::memset(static_cast<void*>(entry), 0, sizeof(*entry));
   entry->ptrSelf = layout.EntryOffset(i);
   entry->ptrName = name;
   entry->ptrCustomAttr2 = attr;
@@ -344,7 +373,8 @@ bool MetaLibBuilder::LayOutNextEntry(const ZemEntryDef& entry_def, MetaLayout& l
   entry->iHOff = layout.is_union ? 0 : ClampToInt(layout.host_offset);
   layout.host_offset += entry_size;
   layout.size = layout.is_union ? std::max(layout.size, entry_size) : layout.size + entry_size;
-  if (!entry_def.null_slot) m_arena.At<ZEMPTR>(layout.entry_table)[i] = layout.EntryOffset(i);
+  m_arena.At<ZEMPTR>(layout.entry_table)[i] =
+      entry_def.null_slot ? ZEMPTR_NONE : layout.EntryOffset(i);
   return true;
 }
 
@@ -528,8 +558,9 @@ bool ZemMetaLibAssembler::Add(const ZemMetaDef& meta, std::string* error) {
   return Succeeded(m_builder->layout.AddMeta(meta), error);
 }
 
-bool ZemMetaLibAssembler::Begin(const ZemMetaDef& meta, size_t entries, std::string* error) {
-  return Succeeded(m_builder->layout.BeginMeta(meta, entries), error);
+bool ZemMetaLibAssembler::Begin(const ZemMetaDef& meta, size_t entries, std::string* error,
+                                const ZemEntryLookup* lookup) {
+  return Succeeded(m_builder->layout.BeginMeta(meta, entries, lookup), error);
 }
 
 bool ZemMetaLibAssembler::AddEntry(const ZemEntryDef& entry, std::string_view name,

@@ -13,6 +13,17 @@
 
 #include <velmora/zem_builder.h>
 
+// The entries of the struct or union being laid out, found by name, for a reader that keeps a
+// table of them anyway: the assembler then keeps none of its own.
+class ZemEntryLookup {
+ public:
+  // The position of the first entry of this name among those added so far, or -1.
+  virtual int Find(std::string_view name) const = 0;
+
+ protected:
+  ~ZemEntryLookup() = default;
+};
+
 class ZemMetaLibAssembler {
  public:
   ZemMetaLibAssembler(const std::string& name, int version);
@@ -30,8 +41,9 @@ class ZemMetaLibAssembler {
   // read), AddEntry for each entry in order (name: its name, valid until End returns), then End
   // with its keys, split key and indexes. A refer or key member names an entry added before.
   // Each returns false and sets *error as Add does, and when the entries do not match the number
-  // announced.
-  bool Begin(const ZemMetaDef& meta, size_t entries, std::string* error);
+  // announced. Given a lookup (valid until End returns), the entries' names are found through it.
+  bool Begin(const ZemMetaDef& meta, size_t entries, std::string* error,
+             const ZemEntryLookup* lookup = nullptr);
   bool AddEntry(const ZemEntryDef& entry, std::string_view name, std::string* error);
   bool End(const ZemMetaDef& meta, std::string* error);
 

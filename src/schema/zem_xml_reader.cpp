@@ -186,6 +186,20 @@ struct KnownEntry {
   size_t offset = 0;
 };
 
+// The entries read so far, as the assembler looks them up while it lays them out.
+class KnownEntryLookup final : public ZemEntryLookup {
+ public:
+  explicit KnownEntryLookup(const NameTable<KnownEntry>& entries) : m_entries(entries) {}
+  // Positions fit in an int: a struct has at most MAX_ENTRIES entries.
+  int Find(std::string_view name) const override {
+    const size_t found = m_entries.Find(name);
+    return found == NameTable<KnownEntry>::NOT_FOUND ? -1 : static_cast<int>(found);
+  }
+
+ private:
+  const NameTable<KnownEntry>& m_entries;
+};
+
 struct PendingIndex {
   size_t index = 0;
   pugi::xml_attribute column;
@@ -193,11 +207,16 @@ struct PendingIndex {
 
 // The struct or union being read.
 struct MetaState {
+  MetaState() = default;
+  MetaState(const MetaState&) = delete;
+  MetaState& operator=(const MetaState&) = delete;
+
   const char* kind = "struct";
   std::string_view name;
   ZemMetaDef* def = nullptr;
   ZemMetaPlaces* places = nullptr;
   NameTable<KnownEntry> entries;
+  KnownEntryLookup lookup{entries};  // the assembler finds entries in the table above
   std::unordered_map<std::string_view, size_t> index_offsets;
   std::vector<PendingIndex> indexes;
   int64_t size = 0;
@@ -613,8 +632,6 @@ class SchemaReader {
     info.is_union = is_union;
     info.has_primary_key = !meta.def->primary_key.empty();
     m_result->metas.push_back(std::move(info));
-    // Finished without the lookups of its reading.
-    meta.entries = NameTable<KnownEntry>();
     return !meta.build || m_assembler->End(def, &m_build_error);
   }
 
@@ -636,7 +653,9 @@ class SchemaReader {
     // Laid out as it is read, while the file has no load error: no description of all its
     // entries is kept.
     meta->build = m_result->errors.empty();
-    if (meta->build && !m_assembler->Begin(*meta->def, entries, &m_build_error)) return false;
+    if (meta->build && !m_assembler->Begin(*meta->def, entries, &m_build_error, &meta->lookup)) {
+      return false;
+    }
     pugi::xml_node parent = node;
     for (pugi::xml_node child = node.first_child(), next; child; child = next) {
       next = child.next_sibling();
