@@ -12,6 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "base/huge_pages.h"
+#include "vm_flags.h"
+
 namespace {
 
 TEST(TreeMemory, GivesAlignedMemoryAndGivesBlocksBackOnceEmpty) {
@@ -31,6 +34,24 @@ TEST(TreeMemory, GivesAlignedMemoryAndGivesBlocksBackOnceEmpty) {
   for (void* page : pages) FreeTreeMemory(page);
   EXPECT_LE(MappedTreeBlocks(), std::max<size_t>(before, 1));
   FreeTreeMemory(nullptr);
+}
+
+TEST(TreeMemory, TakesBlocksThatAreEachOneHugePage) {
+  std::vector<void*> pages;
+  for (size_t i = 0; i < 2 * TREE_BLOCK_BYTES / 32768; ++i) {
+    void* page = AllocateTreeMemory(32768);
+    ASSERT_NE(page, nullptr);
+    pages.push_back(page);
+  }
+  for (void* page : pages) {
+    // A block starts on a huge page boundary, so nothing in it crosses one.
+    const uintptr_t first = reinterpret_cast<uintptr_t>(page);
+    EXPECT_EQ(first / HUGE_PAGE_BYTES, (first + 32767) / HUGE_PAGE_BYTES);
+    if (HasTransparentHugePages()) {
+      EXPECT_TRUE(IsAdvisedHuge(page)) << VmFlagsOf(page);
+    }
+  }
+  for (void* page : pages) FreeTreeMemory(page);
 }
 
 TEST(TreeMemory, TakesABlockOfItsOwnForWhatExceedsOne) {

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <new>
 
+#include "base/huge_pages.h"
+
 namespace {
 
 // Streams are read in blocks of this size.
@@ -62,6 +64,7 @@ void ZemBytes::Reserve(size_t capacity) {
   m_data.release();
   m_data.reset(grown);
   m_capacity = capacity;
+  AdviseHugePages(grown, capacity);
 }
 
 char* ZemBytes::AppendRoom(size_t count) {

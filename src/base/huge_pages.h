@@ -1,0 +1,35 @@
+// Large blocks that are written front to back as soon as they are made (the text of a schema file,
+// the parsed tree) are asked to be backed by 2 MiB pages where the system grants them on request
+// (Linux transparent huge pages in "madvise" mode). Each 2 MiB is then one page fault instead of
+// 512: on a 16 MB schema the faults were a quarter of the time.
+//
+// Not for a block that grows by steps from small: the model's block starts in the allocator's heap,
+// where memory freed within a huge page stays resident; advised, it cost time and memory.
+#ifndef VELMORA_BASE_HUGE_PAGES_H_
+#define VELMORA_BASE_HUGE_PAGES_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
+constexpr size_t HUGE_PAGE_BYTES = size_t{2} << 20;
+
+// Advises the whole 2 MiB pages within [block, block + size), if any. Only a hint: a system
+// without huge pages, or one that refuses, backs the block as before.
+inline void AdviseHugePages(void* block, size_t size) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  const uintptr_t start = reinterpret_cast<uintptr_t>(block);
+  if (block == nullptr || start > UINTPTR_MAX - size) return;
+  const uintptr_t begin = (start + HUGE_PAGE_BYTES - 1) & ~uintptr_t{HUGE_PAGE_BYTES - 1};
+  const uintptr_t end = (start + size) & ~uintptr_t{HUGE_PAGE_BYTES - 1};
+  if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+#else
+  (void)block;
+  (void)size;
+#endif
+}
+
+#endif  // VELMORA_BASE_HUGE_PAGES_H_

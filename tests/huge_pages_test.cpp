@@ -1,0 +1,72 @@
+#include "base/huge_pages.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/mman.h>
+
+#include <cstdint>
+
+#include "vm_flags.h"
+
+namespace {
+
+// Eight huge pages' worth of address space, its start on a huge page boundary.
+class AlignedRegion {
+ public:
+  AlignedRegion() {
+    void* mapped = mmap(nullptr, 9 * HUGE_PAGE_BYTES, PROT_READ | PROT_WRITE,
+                        MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) return;
+    m_mapped = static_cast<char*>(mapped);
+    const uintptr_t start = reinterpret_cast<uintptr_t>(m_mapped);
+    m_start = m_mapped + (HUGE_PAGE_BYTES - start % HUGE_PAGE_BYTES) % HUGE_PAGE_BYTES;
+  }
+  ~AlignedRegion() {
+    if (m_mapped != nullptr) munmap(m_mapped, 9 * HUGE_PAGE_BYTES);
+  }
+  AlignedRegion(const AlignedRegion&) = delete;
+  AlignedRegion& operator=(const AlignedRegion&) = delete;
+
+  char* start() const { return m_start; }
+
+ private:
+  char* m_mapped = nullptr;
+  char* m_start = nullptr;
+};
+
+TEST(HugePages, AdvisesTheWholeHugePagesWithinABlock) {
+  if (!HasTransparentHugePages()) GTEST_SKIP() << "this system has no transparent huge pages";
+  AlignedRegion region;
+  ASSERT_NE(region.start(), nullptr);
+  // A block from 4 KiB into the first huge page to 4 KiB into the fourth: the second and third
+  // are whole, the first and fourth are not.
+  char* const block = region.start() + 4096;
+  AdviseHugePages(block, 3 * HUGE_PAGE_BYTES);
+  EXPECT_FALSE(IsAdvisedHuge(region.start())) << VmFlagsOf(region.start());
+  EXPECT_FALSE(IsAdvisedHuge(block)) << VmFlagsOf(block);
+  EXPECT_TRUE(IsAdvisedHuge(region.start() + HUGE_PAGE_BYTES))
+      << VmFlagsOf(region.start() + HUGE_PAGE_BYTES);
+  EXPECT_TRUE(IsAdvisedHuge(region.start() + 3 * HUGE_PAGE_BYTES - 1));
+  EXPECT_FALSE(IsAdvisedHuge(region.start() + 3 * HUGE_PAGE_BYTES))
+      << VmFlagsOf(region.start() + 3 * HUGE_PAGE_BYTES);
+}
+
+TEST(HugePages, LeavesABlockWithoutAWholeHugePageAlone) {
+  if (!HasTransparentHugePages()) GTEST_SKIP() << "this system has no transparent huge pages";
+  AlignedRegion region;
+  ASSERT_NE(region.start(), nullptr);
+  // Almost two huge pages, across a boundary, yet no whole one.
+  char* const block = region.start() + 4096;
+  AdviseHugePages(block, 2 * HUGE_PAGE_BYTES - 8192);
+  EXPECT_FALSE(IsAdvisedHuge(block));
+  EXPECT_FALSE(IsAdvisedHuge(region.start() + HUGE_PAGE_BYTES));
+}
+
+TEST(HugePages, IgnoresNoBlockAndASizePastTheAddressSpace) {
+  AdviseHugePages(nullptr, 4 * HUGE_PAGE_BYTES);
+  int one = 0;
+  AdviseHugePages(&one, SIZE_MAX);
+  EXPECT_FALSE(IsAdvisedHuge(&one));
+}
+
+}  // namespace
