@@ -18,6 +18,7 @@
 #include <vector>
 
 #include <velmora/zem.h>
+#include "schema/zem_xml_input.h"
 #include "schema/zem_xml_text.h"
 
 namespace {
@@ -90,6 +91,20 @@ TEST(ZemXmlLimits, RegularFileOverTheLimitIsRefusedNamingFileLimitAndSetting) {
                 " bytes, more than the maximum input size of 20 bytes (20 bytes); set a larger "
                 "limit with --max-input-size");
   EXPECT_TRUE(ZemLoadXmlFile(file.path(), Limit(std::string(kSchema).size())).ok);
+}
+
+TEST(ZemXmlLimits, RegularFileIsReadIntoABufferOfItsSize) {
+  // Large enough that growing the buffer for the end of the file would be a move of megabytes.
+  std::string text(3 << 20, ' ');
+  text.replace(0, std::string(kSchema).size(), kSchema);
+  const TempFile file(text);
+  ZemLoadOptions options;
+  ZemBytes bytes;
+  std::string error;
+  ASSERT_TRUE(ZemReadInput(file.path(), options, &bytes, &error)) << error;
+  EXPECT_EQ(std::string(bytes.data(), bytes.size()), text);
+  // Its size and one byte, which the read that finds the end of the file asks for.
+  EXPECT_EQ(bytes.capacity(), text.size() + 1);
 }
 
 TEST(ZemXmlLimits, TextOverTheLimitIsRefusedWithTheLibrarySettingByDefault) {

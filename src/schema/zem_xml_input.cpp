@@ -39,8 +39,11 @@ class FileHandle {
 // failed read, or 0.
 int ReadAll(int fd, uint64_t limit, ZemBytes* bytes) {
   while (bytes->size() <= limit) {
+    // Into the room already made (a regular file's whole size, read in one call); a block more
+    // only once it is full, so that the buffer is not moved for the end of the file.
+    const size_t free_room = bytes->capacity() - bytes->size();
     const size_t room = static_cast<size_t>(
-        std::min<uint64_t>(BLOCK_BYTES, limit + 1 - bytes->size()));
+        std::min<uint64_t>(free_room > 0 ? free_room : BLOCK_BYTES, limit + 1 - bytes->size()));
     char* into = bytes->AppendRoom(room);
     const ssize_t got = read(fd, into, room);
     if (got < 0) {

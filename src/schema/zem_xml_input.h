@@ -21,6 +21,7 @@ class ZemBytes {
   char* data() { return m_data.get(); }
   const char* data() const { return m_data.get(); }
   size_t size() const { return m_size; }
+  size_t capacity() const { return m_capacity; }
   bool empty() const { return m_size == 0; }
 
   // Makes room for at least capacity bytes in all.
