@@ -21,14 +21,40 @@ const BaseType BASE_TYPES[] = {
     {"wstring", ZEM_TYPE_WSTRING},
 };
 
+constexpr size_t BASE_TYPE_NUM = sizeof(BASE_TYPES) / sizeof(BASE_TYPES[0]);
+// No base type's name is longer: each fits in one word.
+constexpr size_t MAX_BASE_TYPE_NAME = 8;
+
+// The bytes of a name of at most MAX_BASE_TYPE_NAME bytes in one word, letters in lower case.
+uint64_t LowerWord(const char* name, size_t size) {
+  uint64_t word = 0;
+  for (size_t i = 0; i < size; ++i) {
+    word |= static_cast<uint64_t>(static_cast<unsigned char>(AsciiLower(name[i]))) << (8 * i);
+  }
+  return word;
+}
+
+// The base types' names as words, with their lengths: a name is looked up in a few compares of
+// words, once for every entry of a file.
+struct BaseTypeWords {
+  BaseTypeWords() {
+    for (size_t t = 0; t < BASE_TYPE_NUM; ++t) {
+      size[t] = std::strlen(BASE_TYPES[t].name);
+      word[t] = LowerWord(BASE_TYPES[t].name, size[t]);
+    }
+  }
+  uint64_t word[BASE_TYPE_NUM];
+  size_t size[BASE_TYPE_NUM];
+};
+
 }  // namespace
 
 const BaseType* FindBaseType(std::string_view name) {
-  // Most names differ from a type's at the first byte.
-  for (const BaseType& type : BASE_TYPES) {
-    size_t i = 0;
-    while (i < name.size() && type.name[i] != '\0' && AsciiLower(name[i]) == type.name[i]) ++i;
-    if (i == name.size() && type.name[i] == '\0') return &type;
+  static const BaseTypeWords words;
+  if (name.size() > MAX_BASE_TYPE_NAME) return nullptr;
+  const uint64_t word = LowerWord(name.data(), name.size());
+  for (size_t t = 0; t < BASE_TYPE_NUM; ++t) {
+    if (words.word[t] == word && words.size[t] == name.size()) return &BASE_TYPES[t];
   }
   return nullptr;
 }
