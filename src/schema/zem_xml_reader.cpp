@@ -159,6 +159,13 @@ size_t AttributeNames(unsigned attributes, const char* names[ATTR_KIND_NUM]) {
 struct Attributes {
   pugi::xml_attribute of[ATTR_KIND_NUM];
   const pugi::xml_attribute& operator[](AttributeKind kind) const { return of[kind]; }
+
+  // A set of no attributes. Each element's set starts as a copy of it: an empty handle's
+  // constructor is a call into the parser's library, thirteen of them for every element read.
+  static const Attributes& None() {
+    static const Attributes none;
+    return none;
+  }
 };
 
 // What a load message is about ("entry 'hp'", "struct 'role'"); its words are made only for a
@@ -459,7 +466,7 @@ class SchemaReader {
   }
 
   bool ReadMetaLib(const pugi::xml_node& node) {
-    Attributes attributes;
+    Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_METALIB, &attributes)) return false;
     if (!attributes[ATTR_NAME]) return Fail(node, "metalib has no 'name' attribute");
     const std::string_view name = attributes[ATTR_NAME].value();
@@ -515,7 +522,7 @@ class SchemaReader {
   }
 
   bool ReadMacro(const pugi::xml_node& node) {
-    Attributes attributes;
+    Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_MACRO, &attributes)) return false;
     WarnChildElements(node);
     if (!attributes[ATTR_NAME]) return Fail(node, "macro has no 'name' attribute");
@@ -577,7 +584,7 @@ class SchemaReader {
 
   // Reads and lays out a struct or union; *started gets its name once its places are listed.
   bool ReadMeta(const pugi::xml_node& node, bool is_union, std::string_view* started) {
-    Attributes attributes;
+    Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, is_union ? ELEMENT_UNION : ELEMENT_STRUCT, &attributes)) {
       return false;
     }
@@ -794,7 +801,7 @@ class SchemaReader {
   }
 
   bool ReadEntry(const pugi::xml_node& node, MetaState* meta) {
-    Attributes attributes;
+    Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_ENTRY, &attributes)) return false;
     WarnChildElements(node);
     const Owner where{meta->kind, meta->name};
@@ -851,7 +858,7 @@ class SchemaReader {
   }
 
   bool ReadIndex(const pugi::xml_node& node, MetaState* meta) {
-    Attributes attributes;
+    Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_INDEX, &attributes)) return false;
     WarnChildElements(node);
     const Owner where{meta->kind, meta->name};
