@@ -2,6 +2,10 @@
 
 #include <iconv.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -64,6 +68,7 @@ WordBits ByteByByte(const char* text, size_t bits) {
   return word;
 }
 
+#if !defined(__SSE2__) && defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
 // The high bit of each byte of a little-endian 8-byte group, gathered into 8 bits, byte 0 first.
 uint64_t GatherHighBits(uint64_t high) { return ((high >> 7) * 0x0102040810204080ULL) >> 56; }
 
@@ -87,10 +92,32 @@ WordBits EightBytesAtATime(const char* text) {
   }
   return word;
 }
+#endif
+
+#if defined(__SSE2__)
+// The same bits for 64 bytes, sixteen at a time with the vector compares every x86-64 has.
+WordBits SixteenBytesAtATime(const char* text) {
+  const __m128i newline = _mm_set1_epi8('\n');
+  // Continuation bytes, 0x80 to 0xBF, are the bytes below -64 when read as signed.
+  const __m128i lowest_start = _mm_set1_epi8(static_cast<char>(-64));
+  WordBits word;
+  for (size_t group = 0; group < 4; ++group) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + group * 16));
+    const auto newlines = static_cast<uint16_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, newline)));
+    const auto continuations =
+        static_cast<uint16_t>(_mm_movemask_epi8(_mm_cmplt_epi8(bytes, lowest_start)));
+    word.newlines |= uint64_t{newlines} << (group * 16);
+    word.char_starts |= uint64_t{static_cast<uint16_t>(~continuations)} << (group * 16);
+  }
+  return word;
+}
+#endif
 
 // The index bits of the bytes text[0] .. text[bits - 1], at most 64 of them.
 WordBits IndexWord(const char* text, size_t bits) {
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#if defined(__SSE2__)
+  if (bits == WORD_BITS) return SixteenBytesAtATime(text);
+#elif defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
   if (bits == WORD_BITS) return EightBytesAtATime(text);
 #endif
   return ByteByByte(text, bits);
