@@ -1,5 +1,6 @@
-// The loader on arbitrary bytes: any file, in any declared encoding, either loads into a model whose
-// every record can be walked, or is refused with a load error that says where and why.
+// The loader on arbitrary bytes: any file, in any declared encoding, either loads into a model
+// whose every record can be walked, or is refused with a load error that says where and why; and it
+// is read alike with and without the plain-XML tree.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -8,6 +9,9 @@
 
 #include <velmora/zem.h>
 #include <velmora/zem_xml_loader.h>
+
+#include "../tests/load_results.h"
+#include "schema/zem_xml_loader_internal.h"
 
 namespace {
 
@@ -63,6 +67,11 @@ void WalkMeta(LPZEMMETALIB metalib, LPZEMMETA meta) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string bytes(reinterpret_cast<const char*>(data), size);
   const ZemLoadResult loaded = ZemLoadXmlText("fuzz.xml", bytes);
+  // Read without the plain-XML tree, by the full parser alone, the file gives the same result to
+  // the byte: verdict, messages, tables, model and places.
+  const ZemLoadResult parsed =
+      ZemLoadXmlTextReading(ZemXmlReading::kFullParserOnly, "fuzz.xml", bytes);
+  Require(DescribeLoad(loaded) == DescribeLoad(parsed));
   for (const ZemLoadMessage& warning : loaded.warnings) {
     Require(!FormatZemLoadMessage(warning, "warning").empty());
   }

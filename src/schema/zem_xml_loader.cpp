@@ -9,8 +9,10 @@
 
 #include "base/ascii.h"
 #include "schema/zem_xml_input.h"
+#include "schema/zem_xml_loader_internal.h"
 #include "schema/zem_xml_reader.h"
 #include "schema/zem_xml_text.h"
+#include "schema/zem_xml_tree.h"
 
 namespace {
 
@@ -23,8 +25,8 @@ bool FailAt(const std::string& file, const ZemTextPosition& at, std::string text
 
 // Decodes and parses the file's bytes and reads them into result->metalib. The text and the
 // parsed document are released when it returns.
-bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
-                std::vector<ZemMetaPlaces>* places) {
+bool ReadSchema(const std::string& file, ZemBytes bytes, ZemXmlReading reading,
+                ZemLoadResult* result, std::vector<ZemMetaPlaces>* places) {
   ZemXmlText text;
   std::string decode_error;
   ZemTextPosition decode_at;
@@ -37,6 +39,20 @@ bool ReadSchema(const std::string& file, ZemBytes bytes, ZemLoadResult* result,
   if (first < text.size() && data[first] != '<') {
     return FailAt(file, text.PositionOf(first), "not an XML file: it does not start with '<'",
                   result);
+  }
+
+  // Plain XML, which schema files are written in, is read without the full parser's tree. A file
+  // with a load error is read again by the full parser, so that every error and warning is told
+  // as it tells it.
+  if (reading == ZemXmlReading::kPlainTreeFirst) {
+    ZemXmlTree tree;
+    if (tree.Parse(text.data(), text.size())) {
+      if (ZemReadSchemaDocument(tree, text, file, result, places)) return true;
+      tree.Restore();
+      *result = ZemLoadResult();
+      result->error.file = file;
+      places->clear();
+    }
   }
 
   pugi::xml_document document;
@@ -79,7 +95,8 @@ void PlaceHandles(LPZEMMETALIB metalib, const std::vector<ZemMetaPlaces>& places
   }
 }
 
-ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes) {
+ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes,
+                        ZemXmlReading reading = ZemXmlReading::kPlainTreeFirst) {
   ZemLoadResult result;
   result.error.file = file;
   if (bytes.empty()) {
@@ -87,7 +104,7 @@ ZemLoadResult LoadBytes(const std::string& file, ZemBytes bytes) {
     return result;
   }
   std::vector<ZemMetaPlaces> places;
-  if (!ReadSchema(file, std::move(bytes), &result, &places)) {
+  if (!ReadSchema(file, std::move(bytes), reading, &result, &places)) {
     result.metalib.reset();
     result.metas.clear();
     return result;
@@ -134,6 +151,16 @@ ZemLoadResult ZemLoadXmlText(const std::string& file_name, const std::string& te
       return Failed(file_name, ZemInputTooLarge(options, text.size()));
     }
     return LoadBytes(file_name, ZemBytes(text.data(), text.size()));
+  });
+}
+
+ZemLoadResult ZemLoadXmlTextReading(ZemXmlReading reading, const std::string& file_name,
+                                    const std::string& text, const ZemLoadOptions& options) {
+  return Guarded(file_name, [reading, &file_name, &text, &options]() {
+    if (text.size() > options.max_input_bytes) {
+      return Failed(file_name, ZemInputTooLarge(options, text.size()));
+    }
+    return LoadBytes(file_name, ZemBytes(text.data(), text.size()), reading);
   });
 }
 

@@ -15,6 +15,7 @@
 #include "schema/zem_metalib_assembler.h"
 #include "base/name_table.h"
 #include "schema/zem_xml_suggest.h"
+#include "schema/zem_xml_tree.h"
 #include "schema/zem_xml_values.h"
 
 namespace {
@@ -134,10 +135,10 @@ int KindOfAttribute(const char* name) {
 
 // The attributes an element reads or accepts and does not carry: what a misspelt attribute of it
 // may stand for (an entry that has its name does not need "cname" read as "name").
-unsigned MissingAttributes(const pugi::xml_node& node, ElementKind element) {
+template <typename Node>
+unsigned MissingAttributes(const Node& node, ElementKind element) {
   unsigned missing = AcceptedAttributes(element);
-  for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
-       attribute = attribute.next_attribute()) {
+  for (auto attribute = node.first_attribute(); attribute; attribute = attribute.next_attribute()) {
     const int kind = KindOfAttribute(attribute.name());
     if (kind >= 0) missing &= ~Bit(static_cast<AttributeKind>(kind));
   }
@@ -156,14 +157,15 @@ size_t AttributeNames(unsigned attributes, const char* names[ATTR_KIND_NUM]) {
 }
 
 // The attributes of one element, by kind; an absent one is an empty handle.
-struct Attributes {
-  pugi::xml_attribute of[ATTR_KIND_NUM];
-  const pugi::xml_attribute& operator[](AttributeKind kind) const { return of[kind]; }
+template <typename Attribute>
+struct AttributesOf {
+  Attribute of[ATTR_KIND_NUM];
+  const Attribute& operator[](AttributeKind kind) const { return of[kind]; }
 
   // A set of no attributes. Each element's set starts as a copy of it: an empty handle's
-  // constructor is a call into the parser's library, thirteen of them for every element read.
-  static const Attributes& None() {
-    static const Attributes none;
+  // constructor may be a call into the parser's library, thirteen of them for every element read.
+  static const AttributesOf& None() {
+    static const AttributesOf none;
     return none;
   }
 };
@@ -207,16 +209,18 @@ class KnownEntryLookup final : public ZemEntryLookup {
   const NameTable<KnownEntry>& m_entries;
 };
 
-struct PendingIndex {
+template <typename Attribute>
+struct PendingIndexOf {
   size_t index = 0;
-  pugi::xml_attribute column;
+  Attribute column;
 };
 
 // The struct or union being read.
-struct MetaState {
-  MetaState() = default;
-  MetaState(const MetaState&) = delete;
-  MetaState& operator=(const MetaState&) = delete;
+template <typename Attribute>
+struct MetaStateOf {
+  MetaStateOf() = default;
+  MetaStateOf(const MetaStateOf&) = delete;
+  MetaStateOf& operator=(const MetaStateOf&) = delete;
 
   const char* kind = "struct";
   std::string_view name;
@@ -225,36 +229,50 @@ struct MetaState {
   NameTable<KnownEntry> entries;
   KnownEntryLookup lookup{entries};  // the assembler finds entries in the table above
   std::unordered_map<std::string_view, size_t> index_offsets;
-  std::vector<PendingIndex> indexes;
+  std::vector<PendingIndexOf<Attribute>> indexes;
   int64_t size = 0;
   bool build = false;  // laid out as it is read
 };
 
+// The trees a schema is read from: the full XML parser's, and the tree of plain XML.
+struct ParsedTree {
+  using Document = pugi::xml_document;
+  using Node = pugi::xml_node;
+  using Attribute = pugi::xml_attribute;
+  static bool IsElement(const Node& node) { return node.type() == pugi::node_element; }
+  // What is read lives on in the model, whose names and texts point into the text, not into the
+  // parsed tree: releasing each element once read lets the model grow into the tree's memory
+  // instead of beside it.
+  static void Release(Node* parent, const Node& child) { parent->remove_child(child); }
+};
+
+struct PlainTree {
+  using Document = ZemXmlTree;
+  using Node = ZemXmlTree::Node;
+  using Attribute = ZemXmlTree::Attribute;
+  // The plain tree holds elements only.
+  static bool IsElement(const Node&) { return true; }
+  static void Release(Node*, const Node&) {}
+};
+
 // Walks the parsed document and fills the metalib description, in document order. Every Fail
 // records the load error and returns false, so the walk stops at the first error.
+template <typename Tree>
 class SchemaReader {
+  using Node = typename Tree::Node;
+  using Attribute = typename Tree::Attribute;
+  using Attributes = AttributesOf<Attribute>;
+  using PendingIndex = PendingIndexOf<Attribute>;
+  using MetaState = MetaStateOf<Attribute>;
+
  public:
   SchemaReader(const std::string& file, ZemXmlText& text, ZemLoadResult* result)
       : m_file(file), m_text(text), m_result(result) {}
 
-  bool Read(const pugi::xml_document& document, const char* data) {
+  bool Read(const typename Tree::Document& document, const char* data) {
     m_data = data;
-    pugi::xml_node root;
-    for (pugi::xml_node node = document.first_child(); node; node = node.next_sibling()) {
-      // The declaration names the encoding the text was read in; anywhere else it comes too late.
-      if (node.type() == pugi::node_declaration && OffsetOf(node.name()) != 2) {
-        m_result->error = MessageAt(OffsetOf(node.name()) - 2,
-                                    "the XML declaration must stand at the very start of the file");
-        return false;
-      }
-      if (node.type() != pugi::node_element) continue;
-      if (root) {
-        return Fail(node, "a second root element <" + std::string(node.name()) +
-                              ">; the file must hold exactly one <metalib>");
-      }
-      root = node;
-    }
-    if (!root) return FailAt(0, 0, "no root element; the file must hold one <metalib>");
+    Node root;
+    if (!FindRoot(document, &root)) return false;
     if (std::strcmp(root.name(), "metalib") != 0) {
       return Fail(root, "the root element is <" + std::string(root.name()) +
                             ">, not <metalib>");
@@ -280,13 +298,43 @@ class SchemaReader {
 
 
  private:
+  // The root element of the full parser's tree: the one element at the top, after nothing but a
+  // declaration at the very start.
+  bool FindRoot(const pugi::xml_document& document, pugi::xml_node* found) {
+    pugi::xml_node root;
+    for (pugi::xml_node node = document.first_child(); node; node = node.next_sibling()) {
+      // The declaration names the encoding the text was read in; anywhere else it comes too late.
+      if (node.type() == pugi::node_declaration && OffsetOf(node.name()) != 2) {
+        m_result->error = MessageAt(OffsetOf(node.name()) - 2,
+                                    "the XML declaration must stand at the very start of the file");
+        return false;
+      }
+      if (node.type() != pugi::node_element) continue;
+      if (root) {
+        return Fail(node, "a second root element <" + std::string(node.name()) +
+                              ">; the file must hold exactly one <metalib>");
+      }
+      root = node;
+    }
+    if (!root) return FailAt(0, 0, "no root element; the file must hold one <metalib>");
+    *found = root;
+    return true;
+  }
+
+  // The plain tree has its one root element, and a declaration only at the very start.
+  bool FindRoot(const ZemXmlTree& document, ZemXmlTree::Node* found) {
+    *found = document.root();
+    if (!*found) return FailAt(0, 0, "no root element; the file must hold one <metalib>");
+    return true;
+  }
+
   size_t OffsetOf(const char* text) const {
     const uintptr_t at = reinterpret_cast<uintptr_t>(text);
     const uintptr_t begin = reinterpret_cast<uintptr_t>(m_data);
     return at >= begin ? static_cast<size_t>(at - begin) : 0;
   }
   // An element starts at its '<', just before its name.
-  size_t OffsetOf(const pugi::xml_node& node) const {
+  size_t OffsetOf(const Node& node) const {
     const size_t name = OffsetOf(node.name());
     return name > 0 ? name - 1 : 0;
   }
@@ -296,7 +344,7 @@ class SchemaReader {
     return ZemPlace{position.line, position.column};
   }
   // An attribute's place is that of its name; an absent attribute has none.
-  ZemPlace PlaceOf(const pugi::xml_attribute& attribute) {
+  ZemPlace PlaceOf(const Attribute& attribute) {
     return attribute ? PlaceOf(OffsetOf(attribute.name())) : ZemPlace();
   }
 
@@ -308,11 +356,11 @@ class SchemaReader {
     m_result->error = ZemLoadMessage{m_file, line, column, std::move(text)};
     return false;
   }
-  bool Fail(const pugi::xml_node& node, std::string text) {
+  bool Fail(const Node& node, std::string text) {
     m_result->error = MessageAt(OffsetOf(node), std::move(text));
     return false;
   }
-  bool Fail(const pugi::xml_attribute& attribute, std::string text) {
+  bool Fail(const Attribute& attribute, std::string text) {
     m_result->error = MessageAt(OffsetOf(attribute.name()), std::move(text));
     return false;
   }
@@ -330,12 +378,12 @@ class SchemaReader {
 
   // Collects the attributes of an element. Unknown ones and known ones that do not apply here get
   // a warning; a known attribute written twice is malformed XML.
-  bool CollectAttributes(const pugi::xml_node& node, ElementKind element, Attributes* attributes) {
+  bool CollectAttributes(const Node& node, ElementKind element, Attributes* attributes) {
     const unsigned accepted = AcceptedAttributes(element);
     auto where = [&node]() { return "<" + std::string(node.name()) + ">"; };
     // Found once per element, and only for an element with an unknown attribute to warn about.
     std::optional<unsigned> missing;
-    for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+    for (Attribute attribute = node.first_attribute(); attribute;
          attribute = attribute.next_attribute()) {
       const int kind = KindOfAttribute(attribute.name());
       if (kind < 0) {
@@ -366,7 +414,7 @@ class SchemaReader {
     return true;
   }
 
-  void WarnUnexpectedElement(const pugi::xml_node& node, const pugi::xml_node& parent) {
+  void WarnUnexpectedElement(const Node& node, const Node& parent) {
     if (KindOfElement(node.name()) == ELEMENT_OTHER) {
       Warn(WARN_UNKNOWN_ELEMENT, OffsetOf(node), "element", node.name(), [&]() {
         const char* known[3];
@@ -384,16 +432,16 @@ class SchemaReader {
   }
 
   // Elements that hold no elements of their own: anything inside them is out of place.
-  void WarnChildElements(const pugi::xml_node& node) {
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-      if (child.type() == pugi::node_element) WarnUnexpectedElement(child, node);
+  void WarnChildElements(const Node& node) {
+    for (Node child = node.first_child(); child; child = child.next_sibling()) {
+      if (Tree::IsElement(child)) WarnUnexpectedElement(child, node);
     }
   }
 
   // Keys of a table's customattr2 that no table check reads: a misspelt ListNum or TableType
   // would otherwise change the kind of table in silence. Blanks are not part of a key, as the
   // checks remove them; a segment without "=" names no key and is left to the checks.
-  void WarnUnknownTableKeys(const pugi::xml_attribute& attribute, const Owner& owner) {
+  void WarnUnknownTableKeys(const Attribute& attribute, const Owner& owner) {
     const std::string_view text = attribute.value();
     for (size_t start = 0; start <= text.size();) {
       size_t end = text.find(';', start);
@@ -421,7 +469,7 @@ class SchemaReader {
   }
 
   // An int-valued attribute (a version): a whole decimal number within the int range.
-  bool ReadVersion(const pugi::xml_attribute& attribute, const Owner& owner, int* version) {
+  bool ReadVersion(const Attribute& attribute, const Owner& owner, int* version) {
     if (!attribute) return true;
     int64_t value = 0;
     switch (ParseInt(attribute.value(), &value)) {
@@ -440,7 +488,7 @@ class SchemaReader {
 
   // A count or size: a whole decimal number or the name of a macro defined before it. *value
   // keeps its sign; a number beyond the int range is an error here.
-  bool ReadNumberOrMacro(const pugi::xml_attribute& attribute, const Owner& owner, bool* is_macro,
+  bool ReadNumberOrMacro(const Attribute& attribute, const Owner& owner, bool* is_macro,
                          int64_t* value) {
     auto what = [&attribute]() {
       return std::string(attribute.name()) + " " + Quote(attribute.value());
@@ -465,7 +513,7 @@ class SchemaReader {
     return true;
   }
 
-  bool ReadMetaLib(const pugi::xml_node& node) {
+  bool ReadMetaLib(const Node& node) {
     Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_METALIB, &attributes)) return false;
     if (!attributes[ATTR_NAME]) return Fail(node, "metalib has no 'name' attribute");
@@ -473,10 +521,10 @@ class SchemaReader {
     int version = 0;
     if (!ReadVersion(attributes[ATTR_VERSION], Owner{"metalib", name}, &version)) return false;
     m_assembler.emplace(std::string(name), version);
-    pugi::xml_node parent = node;
-    for (pugi::xml_node child = node.first_child(), next; child; child = next) {
+    Node parent = node;
+    for (Node child = node.first_child(), next; child; child = next) {
       next = child.next_sibling();
-      if (child.type() != pugi::node_element) continue;
+      if (!Tree::IsElement(child)) continue;
       bool ok = true;
       switch (KindOfElement(child.name())) {
         case ELEMENT_MACRO:
@@ -491,10 +539,7 @@ class SchemaReader {
           break;
       }
       if (!ok) return false;
-      // What is read lives on in the model, whose names and texts point into the text, not into
-      // the parsed tree: releasing each element once read lets the model grow into the tree's
-      // memory instead of beside it.
-      parent.remove_child(child);
+      Tree::Release(&parent, child);
     }
     if (m_result->errors.empty()) return true;
     m_result->error = m_result->errors.front();
@@ -504,7 +549,7 @@ class SchemaReader {
   // A struct or union that cannot be built is left out, its error listed, and the walk goes on
   // with the next one, so that one load shows every such error. Returns false once the list is
   // full.
-  bool ReadMetaOrSkip(const pugi::xml_node& node, bool is_union) {
+  bool ReadMetaOrSkip(const Node& node, bool is_union) {
     const size_t metas = m_places.size();
     std::string_view name;
     if (ReadMeta(node, is_union, &name)) return true;
@@ -521,14 +566,14 @@ class SchemaReader {
     return m_result->errors.size() < ZEM_MAX_LOAD_ERRORS;
   }
 
-  bool ReadMacro(const pugi::xml_node& node) {
+  bool ReadMacro(const Node& node) {
     Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_MACRO, &attributes)) return false;
     WarnChildElements(node);
     if (!attributes[ATTR_NAME]) return Fail(node, "macro has no 'name' attribute");
     const std::string_view name = attributes[ATTR_NAME].value();
     const Owner owner{"macro", name};
-    const pugi::xml_attribute& value_attribute = attributes[ATTR_VALUE];
+    const Attribute& value_attribute = attributes[ATTR_VALUE];
     if (!value_attribute) return Fail(node, owner.Text() + " has no 'value' attribute");
     int64_t value = 0;
     switch (ParseInt(value_attribute.value(), &value)) {
@@ -583,14 +628,14 @@ class SchemaReader {
   }
 
   // Reads and lays out a struct or union; *started gets its name once its places are listed.
-  bool ReadMeta(const pugi::xml_node& node, bool is_union, std::string_view* started) {
+  bool ReadMeta(const Node& node, bool is_union, std::string_view* started) {
     Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, is_union ? ELEMENT_UNION : ELEMENT_STRUCT, &attributes)) {
       return false;
     }
     MetaState meta;
     meta.kind = is_union ? "union" : "struct";
-    const pugi::xml_attribute& name_attribute = attributes[ATTR_NAME];
+    const Attribute& name_attribute = attributes[ATTR_NAME];
     if (!name_attribute) return Fail(node, std::string(meta.kind) + " has no 'name' attribute");
     meta.name = name_attribute.value();
     if (meta.name.size() > MAX_NAME_BYTES) {
@@ -644,10 +689,10 @@ class SchemaReader {
 
   // The entries and indexes of a struct or union, in document order. Room for every entry is made
   // first: a struct may have a million of them.
-  bool ReadMetaChildren(const pugi::xml_node& node, bool is_union, MetaState* meta) {
+  bool ReadMetaChildren(const Node& node, bool is_union, MetaState* meta) {
     size_t entries = 0;
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-      if (child.type() == pugi::node_element && KindOfElement(child.name()) == ELEMENT_ENTRY) {
+    for (Node child = node.first_child(); child; child = child.next_sibling()) {
+      if (Tree::IsElement(child) && KindOfElement(child.name()) == ELEMENT_ENTRY) {
         ++entries;
       }
     }
@@ -663,16 +708,16 @@ class SchemaReader {
     if (meta->build && !m_assembler->Begin(*meta->def, entries, &m_build_error, &meta->lookup)) {
       return false;
     }
-    pugi::xml_node parent = node;
-    for (pugi::xml_node child = node.first_child(), next; child; child = next) {
+    Node parent = node;
+    for (Node child = node.first_child(), next; child; child = next) {
       next = child.next_sibling();
-      if (child.type() != pugi::node_element) continue;
+      if (!Tree::IsElement(child)) continue;
       const ElementKind kind = KindOfElement(child.name());
       if (kind == ELEMENT_ENTRY) {
         if (!ReadEntry(child, meta)) return false;
         // Nothing refers to an entry's element once it is read: a struct of a million entries
         // gives its tree back as its model grows.
-        parent.remove_child(child);
+        Tree::Release(&parent, child);
       } else if (kind == ELEMENT_INDEX && !is_union) {
         if (!ReadIndex(child, meta)) return false;
       } else {
@@ -683,8 +728,8 @@ class SchemaReader {
   }
 
   // The entry's type: a base type (letter case ignored) or a struct or union defined earlier.
-  bool ReadEntryType(const pugi::xml_attribute& attribute, const Owner& owner,
-                     const MetaState& meta, ZemEntryDef* entry, const KnownMeta** type_meta) {
+  bool ReadEntryType(const Attribute& attribute, const Owner& owner, const MetaState& meta,
+                     ZemEntryDef* entry, const KnownMeta** type_meta) {
     const std::string_view type = attribute.value();
     const BaseType* base = FindBaseType(type);
     if (base != nullptr) {
@@ -711,8 +756,8 @@ class SchemaReader {
   }
 
   // A string's or wstring's declared size; 0 when none is given (or the type takes no size).
-  bool ReadEntrySize(const pugi::xml_attribute& attribute, const Owner& owner, int type,
-                     bool is_meta_type, int64_t* declared) {
+  bool ReadEntrySize(const Attribute& attribute, const Owner& owner, int type, bool is_meta_type,
+                     int64_t* declared) {
     *declared = 0;
     // A struct or union has the size of its entries whatever the entry says.
     if (!attribute || is_meta_type) return true;
@@ -731,7 +776,7 @@ class SchemaReader {
                                " is not positive");
   }
 
-  bool ReadEntryCount(const pugi::xml_attribute& attribute, const Owner& owner, int64_t* count) {
+  bool ReadEntryCount(const Attribute& attribute, const Owner& owner, int64_t* count) {
     *count = 1;
     if (!attribute) return true;
     bool is_macro = false;
@@ -745,8 +790,8 @@ class SchemaReader {
   }
 
   // The refer: an earlier entry of the same struct holding a single integer of at most 32 bits.
-  bool ReadEntryRefer(const pugi::xml_attribute& attribute, const Owner& owner,
-                      const MetaState& meta, size_t entry_index, ZemEntryDef* entry) {
+  bool ReadEntryRefer(const Attribute& attribute, const Owner& owner, const MetaState& meta,
+                      size_t entry_index, ZemEntryDef* entry) {
     if (!attribute) return true;
     const std::string_view refer = attribute.value();
     auto what = [&refer]() { return "refer " + Quote(refer); };
@@ -773,8 +818,7 @@ class SchemaReader {
   }
 
   // The entry's custom attribute text, as written; at most 2047 bytes.
-  bool ReadEntryCustomAttr(const pugi::xml_attribute& attribute, const Owner& owner,
-                           ZemEntryDef* entry) {
+  bool ReadEntryCustomAttr(const Attribute& attribute, const Owner& owner, ZemEntryDef* entry) {
     if (!attribute) return true;
     const size_t length = std::strlen(attribute.value());
     if (length > MAX_ENTRY_CUSTOMATTR2_BYTES) {
@@ -788,7 +832,7 @@ class SchemaReader {
   // Adds the entry's bytes (unit x count, count 0 counted as 1) to its struct or union. Sizes are
   // computed in 64 bits: a unit of at most 2^32 bytes times a count of at most 2^31 cannot
   // overflow, and no sum of entries can either.
-  bool AddEntrySize(const pugi::xml_node& node, const Owner& owner, int64_t unit, int64_t count,
+  bool AddEntrySize(const Node& node, const Owner& owner, int64_t unit, int64_t count,
                     MetaState* meta) {
     const int64_t bytes = unit * std::max<int64_t>(count, 1);
     if (bytes > MAX_SIZE_BYTES) {
@@ -800,12 +844,12 @@ class SchemaReader {
     return true;
   }
 
-  bool ReadEntry(const pugi::xml_node& node, MetaState* meta) {
+  bool ReadEntry(const Node& node, MetaState* meta) {
     Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_ENTRY, &attributes)) return false;
     WarnChildElements(node);
     const Owner where{meta->kind, meta->name};
-    const pugi::xml_attribute& name_attribute = attributes[ATTR_NAME];
+    const Attribute& name_attribute = attributes[ATTR_NAME];
     if (!name_attribute) return Fail(node, "entry of " + where.Text() + " has no 'name' attribute");
     const std::string_view name = name_attribute.value();
     if (name.size() > MAX_NAME_BYTES) {
@@ -825,7 +869,7 @@ class SchemaReader {
 
     ZemEntryDef entry;
     entry.name = std::string(name);
-    const pugi::xml_attribute& type_attribute = attributes[ATTR_TYPE];
+    const Attribute& type_attribute = attributes[ATTR_TYPE];
     if (!type_attribute) return Fail(node, owner.Text() + " has no 'type' attribute");
     const KnownMeta* type_meta = nullptr;
     if (!ReadEntryType(type_attribute, owner, *meta, &entry, &type_meta)) return false;
@@ -857,7 +901,7 @@ class SchemaReader {
     return !meta->build || m_assembler->AddEntry(entry, name, &m_build_error);
   }
 
-  bool ReadIndex(const pugi::xml_node& node, MetaState* meta) {
+  bool ReadIndex(const Node& node, MetaState* meta) {
     Attributes attributes = Attributes::None();
     if (!CollectAttributes(node, ELEMENT_INDEX, &attributes)) return false;
     WarnChildElements(node);
@@ -880,8 +924,8 @@ class SchemaReader {
 
   // Checks a list of entry names of a struct, each of which must name one of its entries, and
   // counts them; nothing is copied.
-  bool CheckNames(const pugi::xml_attribute& attribute, const std::string& what,
-                  const MetaState& meta, size_t* count) {
+  bool CheckNames(const Attribute& attribute, const std::string& what, const MetaState& meta,
+                  size_t* count) {
     *count = 0;
     std::string_view unknown;
     bool found_all = true;
@@ -898,13 +942,13 @@ class SchemaReader {
   }
 
   // Appends the count names of a checked list to *names.
-  static void AppendNames(const pugi::xml_attribute& attribute, size_t count,
+  static void AppendNames(const Attribute& attribute, size_t count,
                           std::vector<std::string>* names) {
     names->reserve(names->size() + count);
     ForEachName(attribute.value(), [names](std::string_view piece) { names->emplace_back(piece); });
   }
 
-  bool ReadPrimaryKey(const pugi::xml_attribute& attribute, MetaState* meta) {
+  bool ReadPrimaryKey(const Attribute& attribute, MetaState* meta) {
     if (!attribute) return true;
     const Owner owner{meta->kind, meta->name};
     size_t count = 0;
@@ -917,7 +961,7 @@ class SchemaReader {
     return true;
   }
 
-  bool ReadSplitTableKey(const pugi::xml_attribute& attribute, MetaState* meta) {
+  bool ReadSplitTableKey(const Attribute& attribute, MetaState* meta) {
     if (!attribute) return true;
     const Owner owner{meta->kind, meta->name};
     size_t count = 0;
@@ -969,16 +1013,28 @@ class SchemaReader {
   std::unordered_set<std::string> m_broken;  // structs and unions left out for a load error
 };
 
-}  // namespace
-
-bool ZemReadSchemaDocument(const pugi::xml_document& document, ZemXmlText& text,
-                           const std::string& file, ZemLoadResult* result,
-                           std::vector<ZemMetaPlaces>* places) {
-  SchemaReader reader(file, text, result);
+template <typename Tree>
+bool ReadDocument(const typename Tree::Document& document, ZemXmlText& text,
+                  const std::string& file, ZemLoadResult* result,
+                  std::vector<ZemMetaPlaces>* places) {
+  SchemaReader<Tree> reader(file, text, result);
   const bool read = reader.Read(document, text.data());
   reader.ListLeftOutWarnings();
   if (!read) return false;
   result->metalib = reader.Finish();
   *places = std::move(reader.places());
   return true;
+}
+
+}  // namespace
+
+bool ZemReadSchemaDocument(const pugi::xml_document& document, ZemXmlText& text,
+                           const std::string& file, ZemLoadResult* result,
+                           std::vector<ZemMetaPlaces>* places) {
+  return ReadDocument<ParsedTree>(document, text, file, result, places);
+}
+
+bool ZemReadSchemaDocument(const ZemXmlTree& document, ZemXmlText& text, const std::string& file,
+                           ZemLoadResult* result, std::vector<ZemMetaPlaces>* places) {
+  return ReadDocument<PlainTree>(document, text, file, result, places);
 }

@@ -13,6 +13,7 @@
 namespace pugi {
 class xml_document;
 }
+class ZemXmlTree;
 
 // Where a struct or union of def stands, with its attributes, entries and indexes, in the order of
 // its description.
@@ -34,5 +35,9 @@ struct ZemMetaPlaces {
 bool ZemReadSchemaDocument(const pugi::xml_document& document, ZemXmlText& text,
                            const std::string& file, ZemLoadResult* result,
                            std::vector<ZemMetaPlaces>* places);
+// The same from the plain-XML tree of the text; the tree tells the reader what the parser's tree
+// of the same text would.
+bool ZemReadSchemaDocument(const ZemXmlTree& document, ZemXmlText& text, const std::string& file,
+                           ZemLoadResult* result, std::vector<ZemMetaPlaces>* places);
 
 #endif  // VELMORA_SCHEMA_ZEM_XML_READER_H_

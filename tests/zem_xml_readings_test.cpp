@@ -1,0 +1,319 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "load_results.h"
+#include "schema/zem_xml_loader_internal.h"
+#include "schema/zem_xml_tree.h"
+
+namespace {
+
+// The loader's result for text, read as the loader reads it and by the full parser alone; the
+// two must agree in every byte.
+void ExpectSameReadings(const std::string& text, const std::string& what) {
+  const std::string as_loaded =
+      DescribeLoad(ZemLoadXmlTextReading(ZemXmlReading::kPlainTreeFirst, "t.xml", text));
+  const std::string parsed =
+      DescribeLoad(ZemLoadXmlTextReading(ZemXmlReading::kFullParserOnly, "t.xml", text));
+  EXPECT_EQ(as_loaded, parsed) << what << "\n---- text:\n" << text;
+}
+
+// Whether the plain tree takes the text, leaving the rest to the full parser.
+bool PlainTreeTakes(std::string text) {
+  ZemXmlTree tree;
+  return tree.Parse(&text[0], text.size());
+}
+
+std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream content;
+  content << in.rdbuf();
+  return content.str();
+}
+
+TEST(ZemXmlReadings, EverySchemaOfTheRepositoryReadsAlikeBothWays) {
+  size_t files = 0;
+  size_t plain = 0;
+  for (const char* dir : {VELMORA_FIXTURES_DIR, VELMORA_EXAMPLES_DIR}) {
+    for (const auto& item : std::filesystem::recursive_directory_iterator(dir)) {
+      if (!item.is_regular_file() || item.path().extension() != ".xml") continue;
+      const std::string text = ReadFile(item.path());
+      ExpectSameReadings(text, item.path().string());
+      ++files;
+      if (PlainTreeTakes(text)) ++plain;
+    }
+  }
+  EXPECT_GT(files, 20u);
+  // Most schema files are plain XML, and read without the full parser.
+  EXPECT_GT(plain, files / 2);
+}
+
+const char* const HEAD = "<metalib name=\"game\" version=\"2\">\n";
+const char* const TAIL = "</metalib>\n";
+
+std::string Schema(const std::string& body) { return HEAD + body + TAIL; }
+
+TEST(ZemXmlReadings, PlainFilesReadAlikeAndWithoutTheParser) {
+  const std::vector<std::string> bodies = {
+      // Keys, split key, index, arrays and their refer, a struct as a type, macros.
+      "  <macro name=\"MAX\" value=\"8\"/>\n"
+      "  <struct name=\"pos\"><entry name=\"x\" type=\"int32\"/></struct>\n"
+      "  <struct name=\"role\" primarykey=\"uid,zone\" splittablekey=\"uid\"\n"
+      "          customattr2=\"TableType=GENERIC\" desc='a \"quoted\" word'>\n"
+      "    <entry name=\"uid\" type=\"UInt64\"/>\n"
+      "    <entry name = 'zone' type = \"uint16\" />\n"
+      "    <entry name=\"n\" type=\"uint8\"></entry>\n"
+      "    <entry name=\"items\" type=\"int32\" count=\"MAX\" refer=\"n\" customattr2=\"sort1\"/>\n"
+      "    <entry name=\"where\" type=\"pos\"/>\n"
+      "    <index name=\"by_zone\" column=\"zone, uid\"/>\n"
+      "  </struct>\n",
+      // Comments, text, tabs and carriage returns between elements and attributes.
+      "<!-- tables -->\r\n\t<struct\tname=\"t\"\r\n primarykey=\"k\">text <!-- - -> -->\r\n"
+      "<entry name=\"k\"\ttype=\"int32\">more text</entry></struct >\r\n",
+      // Warnings: unknown attributes and elements, elements out of place, a macro again.
+      "  <macro name=\"M\" value=\"1\"/><macro name=\"M\" value=\"2\"><x/></macro>\n"
+      "  <struct name=\"t\" nmae=\"x\" colour=\"red\" customattr2=\"TabelType=LIST\">\n"
+      "    <entry name=\"a\" type=\"int32\" cname=\"a\"><note/></entry>\n"
+      "    <entyr name=\"b\"/><struct name=\"inner\"/>\n"
+      "  </struct>\n  <table/>\n",
+      // An empty struct and union, and a union's entries.
+      "  <struct name=\"e\"/>\n  <union name=\"u\"><entry name=\"a\" type=\"int8\"/>"
+      "<entry name=\"b\" type=\"string\" size=\"9\"/><index name=\"i\"/></union>\n",
+  };
+  for (const std::string& body : bodies) {
+    const std::string text = Schema(body);
+    EXPECT_TRUE(PlainTreeTakes(text)) << text;
+    ExpectSameReadings(text, body);
+  }
+  const std::string declared = "<?xml version=\"1.0\" encoding='UTF-8' ?>\n" + Schema("");
+  EXPECT_TRUE(PlainTreeTakes(declared));
+  ExpectSameReadings(declared, "declaration");
+}
+
+TEST(ZemXmlReadings, FilesWithLoadErrorsReadAlike) {
+  const std::vector<std::string> bodies = {
+      "<struct name=\"t\"><entry name=\"a\" type=\"int32\"/><entry name=\"a\" type=\"int8\"/>"
+      "</struct>",
+      "<struct name=\"t\"><entry name=\"a\" type=\"nope\"/></struct>"
+      "<struct name=\"u\"><entry name=\"b\" type=\"t\"/></struct>"
+      "<struct name=\"v\" primarykey=\"zz\"><entry name=\"c\" type=\"int8\"/></struct>",
+      "<struct name=\"t\"><entry name=\"a\" type=\"int32\" count=\"0\"/></struct>",
+      "<struct name=\"t\"><entry name=\"a\" type=\"int32\" name=\"b\"/></struct>",
+      "<struct><entry name=\"a\" type=\"int32\"/></struct>",
+      "<macro name=\"M\" value=\"x\"/>",
+  };
+  for (const std::string& body : bodies) {
+    const std::string text = Schema(body);
+    EXPECT_TRUE(PlainTreeTakes(text)) << text;
+    ExpectSameReadings(text, body);
+  }
+  for (const std::string& text : {std::string("<table name=\"t\"/>"), std::string("<metalib/>"),
+                                  Schema("") + "<metalib name=\"again\"/>",
+                                  std::string(" <?xml version=\"1.0\"?>") + Schema("")}) {
+    ExpectSameReadings(text, text);
+  }
+}
+
+TEST(ZemXmlReadings, WhatThePlainTreeLeavesToTheParserReadsAlike) {
+  const std::vector<std::string> bodies = {
+      "<struct name=\"a&amp;b\" desc=\"&lt;&#65;\"/>",
+      "<struct name=\"t\" desc=\"two\nlines\"/>",
+      "<struct name=\"t\" desc=\"tab\there\"/>",
+      "<struct name=\"t\" desc=\"cr\r\nlf\"/>",
+      "<struct name=\"t\" desc=\"a < b\"/>",
+      "<struct name=\"t\"><![CDATA[<entry name=\"x\" type=\"int8\"/>]]></struct>",
+      "<?pi text?><struct name=\"t\"/>",
+      "<struct name=\"t\"><entrée name=\"x\" type=\"int8\"/></struct>",
+      "<struct name=\"t\" nom\xC3\xA9=\"x\"/>",
+      "<struct name=\"t\"x=\"1\"/>",
+      "<struct name=\"t\"></strukt>",
+      "<struct name=\"t\">",
+      "<struct name=\"t\" desc=\"open/>",
+      "<!-- open <struct name=\"t\"/>",
+      "<struct name=\"t\" / >",
+      "< struct name=\"t\"/>",
+  };
+  for (const std::string& body : bodies) {
+    const std::string text = Schema(body);
+    EXPECT_FALSE(PlainTreeTakes(text)) << text;
+    ExpectSameReadings(text, body);
+  }
+  for (const std::string& text :
+       {"<!DOCTYPE metalib>" + Schema(""), Schema("") + "text after", "text before" + Schema(""),
+        "<?xml-stylesheet href=\"x\"?>" + Schema(""),
+        "<?xml version=\"1.0\"?>" + Schema("") + "<?xml?>"}) {
+    EXPECT_FALSE(PlainTreeTakes(text)) << text;
+    ExpectSameReadings(text, text);
+  }
+}
+
+// Texts made of pieces of schema files and of markup in any order, most of them broken: whatever
+// each is, the two readings agree.
+TEST(ZemXmlReadings, RandomTextsReadAlike) {
+  const std::vector<std::string> pieces = {
+      "<metalib name=\"m\">",
+      "</metalib>",
+      "<struct name=\"s\"",
+      "<struct name=\"t\">",
+      "</struct>",
+      "<union name=\"u\">",
+      "</union>",
+      "<entry name=\"a\" type=\"int32\"/>",
+      "<entry name=\"b\" type='uint8'/>",
+      "<entry name=\"c\" type=\"int16\" count=\"2\" refer=\"b\"/>",
+      "<entry name=\"a\" type=\"t\"/>",
+      "<index name=\"i\" column=\"a,b\"/>",
+      "<macro name=\"M\" value=\"4\"/>",
+      " primarykey=\"a\"",
+      " splittablekey=\"b\"",
+      " customattr2=\"TableType=LIST;ListNum=3\"",
+      " desc=\"d\"",
+      " name=\"x\"",
+      ">",
+      "/>",
+      "<",
+      "=",
+      "\"",
+      "'",
+      " ",
+      "\n",
+      "\t",
+      "\r\n",
+      "<!-- c -->",
+      "<!--",
+      "-->",
+      "&amp;",
+      "&#x41;",
+      "<![CDATA[x]]>",
+      "<?xml version=\"1.0\"?>",
+      "<x/>",
+      "</x>",
+      "text",
+      "\xC3\xA9",
+      "<?p?>",
+  };
+  std::mt19937 random(20261123);
+  std::uniform_int_distribution<size_t> piece(0, pieces.size() - 1);
+  std::uniform_int_distribution<int> count(1, 24);
+  int plain = 0;
+  int loaded = 0;
+  for (int round = 0; round < 3000; ++round) {
+    std::string text = round % 2 == 0 ? std::string(HEAD) : std::string();
+    for (int i = count(random); i > 0; --i) text += pieces[piece(random)];
+    if (round % 3 != 2) text += TAIL;
+    ExpectSameReadings(text, "round " + std::to_string(round));
+    if (HasFailure()) break;
+    if (PlainTreeTakes(text)) ++plain;
+    if (ZemLoadXmlText("t.xml", text).ok) ++loaded;
+  }
+  // Both ways are taken, by files that load and by files that do not.
+  EXPECT_GT(plain, 50) << plain;
+  EXPECT_GT(loaded, 50) << loaded;
+}
+
+// Well-formed schema files made at random: elements known and unknown, attributes in either
+// quotes with blanks around '=', comments and text, and now and then one byte changed.
+class RandomSchema {
+ public:
+  explicit RandomSchema(unsigned seed) : m_random(seed) {}
+
+  std::string Make() {
+    std::string text = Pick(2) == 0 ? "<?xml version=\"1.0\"?>\n" : "";
+    text += "<metalib" + Attribute("name", "m") + ">" + Blank();
+    for (int m = Pick(4); m >= 0; --m) {
+      switch (Pick(5)) {
+        case 0:
+          text += "<macro" + Attribute("name", Name()) + Attribute("value", Number()) + "/>";
+          break;
+        case 1:
+          text += "<!-- " + Name() + " -->";
+          break;
+        default:
+          text += Meta();
+          break;
+      }
+      text += Blank();
+    }
+    text += "</metalib>" + Blank();
+    if (Pick(4) == 0) text[Pick(static_cast<int>(text.size()))] = Byte();
+    return text;
+  }
+
+ private:
+  int Pick(int below) { return std::uniform_int_distribution<int>(0, below - 1)(m_random); }
+  std::string Name() {
+    const char* const names[] = {"a", "b", "k", "uid", "Zone", "x", "M", "MAX", "s", "t"};
+    return names[Pick(10)];
+  }
+  std::string Number() {
+    const char* const numbers[] = {"0", "1", "8", "-3", "99999999999", "M", "x"};
+    return numbers[Pick(7)];
+  }
+  std::string Type() {
+    const char* const types[] = {"int32", "UINT8", "string", "wstring", "s", "t", "none"};
+    return types[Pick(7)];
+  }
+  std::string Blank() {
+    const char* const blanks[] = {"", " ", "\n", "\t", "\r\n", "\n  ", " text ", "<!---->"};
+    return blanks[Pick(8)];
+  }
+  char Byte() {
+    const char bytes[] = {'<', '>', '"', '\'', '&', '=', '/', ' ', '\n', 'a', '\xC3', '!', '?'};
+    return bytes[Pick(13)];
+  }
+  std::string Attribute(const std::string& name, const std::string& value) {
+    const char quote = Pick(3) == 0 ? '\'' : '"';
+    const char* const around[] = {"=", " = ", "\n=\t"};
+    return std::string(Pick(5) == 0 ? "\n " : " ") + name + around[Pick(3)] + quote + value + quote;
+  }
+  std::string Meta() {
+    const bool is_union = Pick(4) == 0;
+    std::string text = is_union ? "<union" : "<struct";
+    text += Attribute("name", Name());
+    if (Pick(2) == 0) text += Attribute("primarykey", Name() + "," + Name());
+    if (Pick(3) == 0) text += Attribute("splittablekey", Name());
+    if (Pick(3) == 0) text += Attribute("customattr2", "TableType=LIST;ListNum=" + Number());
+    if (Pick(4) == 0) text += Attribute("colour", "red");
+    text += ">" + Blank();
+    for (int e = Pick(6); e >= 0; --e) {
+      if (Pick(6) == 0) {
+        text += "<index" + Attribute("name", Name()) + Attribute("column", Name()) + "/>";
+      } else if (Pick(12) == 0) {
+        text += "<note" + Attribute("name", Name()) + "/>";
+      } else {
+        text += "<entry" + Attribute("name", Name()) + Attribute("type", Type());
+        if (Pick(4) == 0) text += Attribute("count", Number());
+        if (Pick(5) == 0) text += Attribute("refer", Name());
+        if (Pick(5) == 0) text += Attribute("size", Number());
+        if (Pick(6) == 0) text += Attribute("customattr2", "sort1");
+        text += Pick(5) == 0 ? "></entry>" : "/>";
+      }
+      text += Blank();
+    }
+    return text + (is_union ? "</union>" : "</struct>");
+  }
+
+  std::mt19937 m_random;
+};
+
+TEST(ZemXmlReadings, RandomSchemasReadAlike) {
+  RandomSchema schemas(1123);
+  int plain = 0;
+  int loaded = 0;
+  for (int round = 0; round < 3000; ++round) {
+    const std::string text = schemas.Make();
+    ExpectSameReadings(text, "round " + std::to_string(round));
+    if (HasFailure()) break;
+    if (PlainTreeTakes(text)) ++plain;
+    if (ZemLoadXmlText("t.xml", text).ok) ++loaded;
+  }
+  EXPECT_GT(plain, 1500) << plain;
+  EXPECT_GT(loaded, 200) << loaded;
+}
+
+}  // namespace

@@ -1,0 +1,161 @@
+#include "schema/zem_xml_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <pugixml.hpp>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+bool IsElement(const pugi::xml_node& node) { return node.type() == pugi::node_element; }
+bool IsElement(const ZemXmlTree::Node&) { return true; }
+
+// The elements of a tree, depth first, each with its name's and its attributes' names' and values'
+// offsets in the text and their words: what the schema reader sees of it.
+template <typename Node>
+void Walk(const Node& node, const char* text, int depth, std::string* out) {
+  *out += std::string(static_cast<size_t>(depth) * 2, ' ') + "<" + node.name() + "@" +
+          std::to_string(node.name() - text);
+  for (auto attribute = node.first_attribute(); attribute; attribute = attribute.next_attribute()) {
+    *out += " " + std::string(attribute.name()) + "@" + std::to_string(attribute.name() - text) +
+            "=" + attribute.value() + "@" + std::to_string(attribute.value() - text);
+  }
+  *out += "\n";
+  for (Node child = node.first_child(); child; child = child.next_sibling()) {
+    if (IsElement(child)) Walk(child, text, depth + 1, out);
+  }
+}
+
+// The elements as the full parser reads the text in place, with the options of the loader.
+std::string ParserView(std::string text) {
+  pugi::xml_document document;
+  const pugi::xml_parse_result parsed = document.load_buffer_inplace(
+      &text[0], text.size(), pugi::parse_default | pugi::parse_declaration, pugi::encoding_utf8);
+  if (!parsed) return std::string("refused: ") + parsed.description();
+  std::string out;
+  Walk(document.document_element(), text.data(), 0, &out);
+  return out;
+}
+
+std::string TreeView(std::string text, bool* taken) {
+  ZemXmlTree tree;
+  *taken = tree.Parse(&text[0], text.size());
+  if (!*taken) return std::string();
+  std::string out;
+  Walk(tree.root(), text.data(), 0, &out);
+  return out;
+}
+
+TEST(ZemXmlTree, ReadsPlainXmlAsTheParserDoes) {
+  const std::vector<std::string> texts = {
+      "<a/>",
+      "<a></a>",
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<metalib name=\"g\">\n</metalib>\n",
+      "<m n='1' o = \"2\"\r\n\tp=\"a 'b' c\">text<!-- <x/> --><e/><f\n/> tail <g h=\"\"></g ></m>",
+      "<m><s a=\"1\"><e b=\"2\"/><e b=\"3\"><x/></e></s><s/></m>\n<!-- after -->\n",
+      "<_:a-b.c d:e-f=\"v&gt;\" />",
+  };
+  for (const std::string& text : texts) {
+    bool taken = false;
+    const std::string tree = TreeView(text, &taken);
+    if (text.find('&') != std::string::npos) {
+      EXPECT_FALSE(taken) << text;
+      continue;
+    }
+    EXPECT_TRUE(taken) << text;
+    EXPECT_EQ(tree, ParserView(text)) << text;
+  }
+}
+
+TEST(ZemXmlTree, LeavesEverythingElseToTheParserWithTheTextAsItWas) {
+  const std::vector<std::string> texts = {
+      "",
+      "   ",
+      "text",
+      "<a>",
+      "<a></b>",
+      "<a/><b/>",
+      "<a/>text",
+      "text<a/>",
+      "<a b/>",
+      "<a b=\"1\"c=\"2\"/>",
+      "<a b=\"1>",
+      "<a b=1/>",
+      "<a b=\"x&amp;y\"/>",
+      "<a b=\"x\ny\"/>",
+      "<a b=\"x\ty\"/>",
+      "<a b=\"x\ry\"/>",
+      "<a b=\"x<y\"/>",
+      "<a><![CDATA[x]]></a>",
+      "<!DOCTYPE a><a/>",
+      "<?pi x?><a/>",
+      "<a><?pi x?></a>",
+      " <?xml version=\"1.0\"?><a/>",
+      "<?xml?><a/>",
+      "<?xml version=\"1.0\"><a/>",
+      "<\xC3\xA9/>",
+      "<a \xC3\xA9=\"1\"/>",
+      "<a/ >",
+      "< a/>",
+      "<a><!-- open </a>",
+      "<a><!- x --></a>",
+      "</a>",
+      "<a></a >x",
+      "<a></ab>",
+      "<ab></a>",
+      "<a></a\xC3\xA9>",
+  };
+  for (const std::string& original : texts) {
+    std::string text = original;
+    ZemXmlTree tree;
+    EXPECT_FALSE(tree.Parse(&text[0], text.size())) << original;
+    EXPECT_EQ(text, original);
+    EXPECT_FALSE(tree.root());
+  }
+}
+
+TEST(ZemXmlTree, GivesTheTextBackAfterReadingIt) {
+  const std::string original =
+      "<m n='1' o = \"2\"\n><e a=\"x\"/><e\tb=\"y\">z</e ><!-- c --></m>\n";
+  std::string text = original;
+  ZemXmlTree tree;
+  ASSERT_TRUE(tree.Parse(&text[0], text.size()));
+  EXPECT_NE(text, original);
+  EXPECT_STREQ(tree.root().name(), "m");
+  EXPECT_STREQ(tree.root().first_child().next_sibling().first_attribute().value(), "y");
+  tree.Restore();
+  EXPECT_EQ(text, original);
+  EXPECT_FALSE(tree.root());
+}
+
+TEST(ZemXmlTree, AbsentNodesAndAttributesAreEmpty) {
+  std::string text = "<a x=\"1\"/>";
+  ZemXmlTree tree;
+  ASSERT_TRUE(tree.Parse(&text[0], text.size()));
+  const ZemXmlTree::Node root = tree.root();
+  EXPECT_FALSE(root.first_child());
+  EXPECT_FALSE(root.next_sibling());
+  EXPECT_STREQ(root.first_child().name(), "");
+  EXPECT_FALSE(root.first_child().first_attribute());
+  const ZemXmlTree::Attribute last = root.first_attribute();
+  ASSERT_TRUE(last);
+  EXPECT_FALSE(last.next_attribute());
+  EXPECT_STREQ(last.next_attribute().name(), "");
+  EXPECT_STREQ(last.next_attribute().value(), "");
+  EXPECT_STREQ(ZemXmlTree::Attribute().value(), "");
+}
+
+TEST(ZemXmlTree, ReadsDeepNestingWithoutRecursion) {
+  std::string text;
+  for (int i = 0; i < 100000; ++i) text += "<a>";
+  for (int i = 0; i < 100000; ++i) text += "</a>";
+  ZemXmlTree tree;
+  ASSERT_TRUE(tree.Parse(&text[0], text.size()));
+  int depth = 0;
+  for (ZemXmlTree::Node node = tree.root(); node; node = node.first_child()) ++depth;
+  EXPECT_EQ(depth, 100000);
+}
+
+}  // namespace
