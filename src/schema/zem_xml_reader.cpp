@@ -119,18 +119,35 @@ bool SameName(const char* name, const char* known) {
   return known[i] == '\0' && name[i] == '\0';
 }
 
-ElementKind KindOfElement(const char* name) {
-  for (int kind = ELEMENT_METALIB; kind < ELEMENT_OTHER; ++kind) {
-    if (SameName(name, ELEMENT_NAMES[kind])) return static_cast<ElementKind>(kind);
+// For each first byte, the names of a list that start with it, as a set of their positions: a name
+// is compared with those only.
+template <size_t N>
+struct ByFirstByte {
+  explicit ByFirstByte(const char* const (&names)[N]) : of() {
+    static_assert(N <= 32, "the positions of a list fit in a word");
+    for (size_t i = 0; i < N; ++i) of[static_cast<unsigned char>(names[i][0])] |= 1u << i;
   }
-  return ELEMENT_OTHER;
+  uint32_t of[256];
+};
+
+template <size_t N>
+int PositionOfName(const char* name, const char* const (&names)[N], const ByFirstByte<N>& index) {
+  for (uint32_t left = index.of[static_cast<unsigned char>(name[0])]; left != 0; left &= left - 1) {
+    const int position = __builtin_ctz(left);
+    if (SameName(name, names[position])) return position;
+  }
+  return -1;
+}
+
+ElementKind KindOfElement(const char* name) {
+  static const ByFirstByte<ELEMENT_OTHER> index(ELEMENT_NAMES);
+  const int kind = PositionOfName(name, ELEMENT_NAMES, index);
+  return kind < 0 ? ELEMENT_OTHER : static_cast<ElementKind>(kind);
 }
 
 int KindOfAttribute(const char* name) {
-  for (int kind = 0; kind < ATTR_KIND_NUM; ++kind) {
-    if (SameName(name, ATTRIBUTE_NAMES[kind])) return kind;
-  }
-  return -1;
+  static const ByFirstByte<ATTR_KIND_NUM> index(ATTRIBUTE_NAMES);
+  return PositionOfName(name, ATTRIBUTE_NAMES, index);
 }
 
 // The attributes an element reads or accepts and does not carry: what a misspelt attribute of it
