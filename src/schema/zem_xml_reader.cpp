@@ -709,7 +709,7 @@ class SchemaReader {
   bool ReadMetaChildren(const Node& node, bool is_union, MetaState* meta) {
     size_t entries = 0;
     for (Node child = node.first_child(); child; child = child.next_sibling()) {
-      if (Tree::IsElement(child) && KindOfElement(child.name()) == ELEMENT_ENTRY) {
+      if (Tree::IsElement(child) && SameName(child.name(), ELEMENT_NAMES[ELEMENT_ENTRY])) {
         ++entries;
       }
     }

@@ -290,7 +290,7 @@ class ZemXmlTree::Tokenizer {
 
 bool ZemXmlTree::Parse(char* text, size_t size) {
   Clear();
-  if (size >= UINT32_MAX || std::memchr(text, '\0', size) != nullptr) return false;
+  if (size >= UINT32_MAX) return false;
   m_text = text;
   // Room for as many records as a file of common elements has, without growing on the way.
   m_elements.reserve(size / 32 + 2);

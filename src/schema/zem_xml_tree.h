@@ -79,9 +79,9 @@ class ZemXmlTree {
   ZemXmlTree(const ZemXmlTree&) = delete;
   ZemXmlTree& operator=(const ZemXmlTree&) = delete;
 
-  // Reads text[0, size), which holds no NUL byte, ending each name and value in place with a NUL
-  // byte as the full parser does. Returns false, the text as it was, when the text is not plain
-  // XML as above or is 4 GiB or more.
+  // Reads text[0, size), which holds no NUL byte (the loader refuses a file with one before it is
+  // read), ending each name and value in place with a NUL byte as the full parser does. Returns
+  // false, the text as it was, when the text is not plain XML as above or is 4 GiB or more.
   bool Parse(char* text, size_t size);
   // Gives the text back the bytes where names and values were ended, so that the full parser can
   // read it; the tree is empty then.
