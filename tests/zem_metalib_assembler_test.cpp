@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -106,6 +107,31 @@ TEST(ZemMetaLibAssembler, BuildsStructByStructWhatTheBuilderBuildsWhole) {
       << Describe(assembled.get());
   EXPECT_EQ(zem_get_meta_by_name(assembled.get(), "role"),
             zem_get_meta_by_index(assembled.get(), 1));
+}
+
+ZemMetaLibPtr AssembleExpecting(const ZemMetaLibDef& def, size_t expected) {
+  ZemMetaLibAssembler assembler(def.name, def.version);
+  assembler.Expect(expected);
+  std::string error;
+  for (const ZemMetaDef& meta : def.metas) {
+    if (!assembler.Add(meta, &error)) return ZemMetaLibPtr();
+  }
+  return assembler.Finish(def.macros);
+}
+
+TEST(ZemMetaLibAssembler, BuildsTheSameModelInRoomMadeUpFront) {
+  const ZemMetaLibDef def = TwoMetas();
+  const ZemMetaLibPtr plain = AssembleExpecting(def, 0);
+  ASSERT_TRUE(plain);
+  for (const size_t expected : {size_t{100}, size_t{5} << 20, size_t{40} << 20}) {
+    const ZemMetaLibPtr assembled = AssembleExpecting(def, expected);
+    ASSERT_TRUE(assembled);
+    EXPECT_EQ(Describe(assembled.get()), Describe(plain.get())) << expected;
+    // Byte for byte: the room made up front is given back, and none of it is in the model.
+    ASSERT_EQ(assembled->iDataSize, plain->iDataSize);
+    EXPECT_EQ(0, std::memcmp(assembled.get(), plain.get(),
+                             sizeof(tagZEMMetaLib) + static_cast<size_t>(plain->iDataSize)));
+  }
 }
 
 TEST(ZemMetaLibAssembler, LaysOutEntryByEntryWhatTheBuilderBuildsWhole) {

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string_view>
 
+#include "base/huge_pages.h"
 #include "base/name_table.h"
 
 namespace {
@@ -61,6 +62,16 @@ class Arena {
   const char* Text(ZEMPTR offset) const { return Data() + offset; }
   size_t size() const { return m_size; }
 
+  // Makes room for a model of about bytes bytes, before most of it is laid out. A large one gets
+  // a block of at least MAPPED_BLOCK_BYTES, which is asked for huge pages: its pages are not
+  // touched until they are written, and a model of millions of records is then written with a
+  // page fault per 2 MiB.
+  void Expect(size_t bytes) {
+    if (bytes >= LARGE_MODEL_BYTES && bytes > m_capacity) {
+      Reserve(std::max(bytes, MAPPED_BLOCK_BYTES));
+    }
+  }
+
   // Hands the block over: sizeof(tagZEMMetaLib) bytes for the header, then size() bytes of data.
   // It is released with std::free.
   void* Release() {
@@ -73,6 +84,11 @@ class Arena {
 
  private:
   static constexpr size_t kHeader = sizeof(tagZEMMetaLib);
+  // Allocators take a block of this size or more straight from the system (glibc's mmap threshold
+  // never passes it).
+  static constexpr size_t MAPPED_BLOCK_BYTES = size_t{32} << 20;
+  // A model expected this large gets such a block from the start.
+  static constexpr size_t LARGE_MODEL_BYTES = size_t{4} << 20;
 
   char* Data() { return m_block + kHeader; }
   const char* Data() const { return m_block + kHeader; }
@@ -95,6 +111,9 @@ class Arena {
     if (grown == nullptr) throw std::bad_alloc();
     m_block = static_cast<char*>(grown);
     m_capacity = std::max<size_t>(capacity, 1);
+    // A block this large is mapped for itself, not carved from the allocator's heap, so its huge
+    // pages go back to the system with it.
+    if (kHeader + m_capacity >= MAPPED_BLOCK_BYTES) AdviseHugePages(m_block, kHeader + m_capacity);
   }
 
   char* m_block = nullptr;
@@ -169,6 +188,7 @@ class MetaLibBuilder {
   bool EndMeta(const ZemMetaDef& meta);
   ZemMetaLibPtr Finish(const std::vector<std::pair<std::string, int>>& macros);
   const std::string& error() const { return m_error; }
+  void Expect(size_t bytes) { m_arena.Expect(bytes); }
 
  private:
   // One meta under construction.
@@ -553,6 +573,8 @@ ZemMetaLibAssembler::ZemMetaLibAssembler(const std::string& name, int version)
     : m_builder(new Builder(name, version)) {}
 
 ZemMetaLibAssembler::~ZemMetaLibAssembler() = default;
+
+void ZemMetaLibAssembler::Expect(size_t bytes) { m_builder->layout.Expect(bytes); }
 
 bool ZemMetaLibAssembler::Add(const ZemMetaDef& meta, std::string* error) {
   return Succeeded(m_builder->layout.AddMeta(meta), error);

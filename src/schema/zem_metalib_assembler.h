@@ -31,6 +31,9 @@ class ZemMetaLibAssembler {
   ZemMetaLibAssembler(const ZemMetaLibAssembler&) = delete;
   ZemMetaLibAssembler& operator=(const ZemMetaLibAssembler&) = delete;
 
+  // Makes room up front for a model of about bytes bytes; a hint, the model grows as it needs.
+  void Expect(size_t bytes);
+
   // Lays out the next struct or union. Returns false and sets *error when its name is taken or a
   // name it must resolve (a key member, split key entry, index column, refer, or a type meta
   // added before it) is missing; nothing more should be added then.

@@ -538,6 +538,8 @@ class SchemaReader {
     int version = 0;
     if (!ReadVersion(attributes[ATTR_VERSION], Owner{"metalib", name}, &version)) return false;
     m_assembler.emplace(std::string(name), version);
+    // A model comes to about the size of its file, twice that for a file of short entries.
+    m_assembler->Expect(2 * m_text.size());
     Node parent = node;
     for (Node child = node.first_child(), next; child; child = next) {
       next = child.next_sibling();
