@@ -13,6 +13,7 @@
 
 #if defined(__linux__)
 #include <sys/mman.h>
+#include <unistd.h>
 #endif
 
 constexpr size_t HUGE_PAGE_BYTES = size_t{2} << 20;
@@ -26,6 +27,24 @@ inline void AdviseHugePages(void* block, size_t size) {
   const uintptr_t begin = (start + HUGE_PAGE_BYTES - 1) & ~uintptr_t{HUGE_PAGE_BYTES - 1};
   const uintptr_t end = (start + size) & ~uintptr_t{HUGE_PAGE_BYTES - 1};
   if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+#else
+  (void)block;
+  (void)size;
+#endif
+}
+
+// Advises the whole of a block that is a mapping of its own, as an allocator's block of 32 MiB or
+// more is: from the start of its first page to the end of its last, so that the mapping keeps one
+// set of flags and the allocator can still grow or shrink it in place (the system refuses to remap
+// a range of mixed flags, and the allocator then copies the block).
+inline void AdviseHugePagesOfMapping(void* block, size_t size) {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+  const uintptr_t start = reinterpret_cast<uintptr_t>(block);
+  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  if (block == nullptr || page == 0 || start > UINTPTR_MAX - size - page) return;
+  const uintptr_t begin = start / page * page;
+  const uintptr_t end = (start + size + page - 1) / page * page;
+  madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 #else
   (void)block;
   (void)size;

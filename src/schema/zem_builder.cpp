@@ -113,7 +113,9 @@ class Arena {
     m_capacity = std::max<size_t>(capacity, 1);
     // A block this large is mapped for itself, not carved from the allocator's heap, so its huge
     // pages go back to the system with it.
-    if (kHeader + m_capacity >= MAPPED_BLOCK_BYTES) AdviseHugePages(m_block, kHeader + m_capacity);
+    if (kHeader + m_capacity >= MAPPED_BLOCK_BYTES) {
+      AdviseHugePagesOfMapping(m_block, kHeader + m_capacity);
+    }
   }
 
   char* m_block = nullptr;

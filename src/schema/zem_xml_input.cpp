@@ -67,7 +67,6 @@ void ZemBytes::Reserve(size_t capacity) {
   m_data.release();
   m_data.reset(grown);
   m_capacity = capacity;
-  AdviseHugePages(grown, capacity);
 }
 
 char* ZemBytes::AppendRoom(size_t count) {
@@ -113,7 +112,12 @@ bool ZemReadInput(const std::string& path, const ZemLoadOptions& options, ZemByt
   }
   // A regular file is read into a buffer of its size; one that grows meanwhile meets the limit
   // like a stream.
-  if (size > 0) bytes->Reserve(static_cast<size_t>(size) + 1);
+  if (size > 0) {
+    bytes->Reserve(static_cast<size_t>(size) + 1);
+    // Read whole at once, never grown: its 2 MiB pages are asked for. (A stream's buffer grows,
+    // and is left as it is, so that the allocator can grow it without a copy.)
+    AdviseHugePages(bytes->data(), bytes->capacity());
+  }
   const int reason = ReadAll(file.get(), options.max_input_bytes, bytes);
   if (reason != 0) {
     *error = CannotRead(reason);
