@@ -62,10 +62,26 @@ TEST(HugePages, LeavesABlockWithoutAWholeHugePageAlone) {
   EXPECT_FALSE(IsAdvisedHuge(region.start() + HUGE_PAGE_BYTES));
 }
 
+TEST(HugePages, AdvisesAMappingOfItsOwnWhole) {
+  if (!HasTransparentHugePages()) GTEST_SKIP() << "this system has no transparent huge pages";
+  AlignedRegion region;
+  ASSERT_NE(region.start(), nullptr);
+  // A block that starts and ends within pages, as an allocator's mapped block does.
+  char* const block = region.start() + 16;
+  const size_t size = 3 * HUGE_PAGE_BYTES - 32;
+  AdviseHugePagesOfMapping(block, size);
+  EXPECT_TRUE(IsAdvisedHuge(region.start())) << VmFlagsOf(region.start());
+  EXPECT_TRUE(IsAdvisedHuge(block + size - 1)) << VmFlagsOf(block + size - 1);
+  // The pages around it are not.
+  EXPECT_FALSE(IsAdvisedHuge(region.start() + 3 * HUGE_PAGE_BYTES));
+}
+
 TEST(HugePages, IgnoresNoBlockAndASizePastTheAddressSpace) {
   AdviseHugePages(nullptr, 4 * HUGE_PAGE_BYTES);
   int one = 0;
   AdviseHugePages(&one, SIZE_MAX);
+  AdviseHugePagesOfMapping(nullptr, 4 * HUGE_PAGE_BYTES);
+  AdviseHugePagesOfMapping(&one, SIZE_MAX);
   EXPECT_FALSE(IsAdvisedHuge(&one));
 }
 

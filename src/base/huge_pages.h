@@ -41,7 +41,10 @@ inline void AdviseHugePagesOfMapping(void* block, size_t size) {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
   const uintptr_t start = reinterpret_cast<uintptr_t>(block);
   const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-  if (block == nullptr || page == 0 || start > UINTPTR_MAX - size - page) return;
+  if (block == nullptr || page == 0 || size > UINTPTR_MAX - page ||
+      start > UINTPTR_MAX - page - size) {
+    return;
+  }
   const uintptr_t begin = start / page * page;
   const uintptr_t end = (start + size + page - 1) / page * page;
   madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
