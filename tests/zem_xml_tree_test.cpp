@@ -106,6 +106,30 @@ TEST(ZemXmlTree, LeavesEverythingElseToTheParserWithTheTextAsItWas) {
       "<a></ab>",
       "<ab></a>",
       "<a></a\xC3\xA9>",
+      // Declarations beyond the plain ones.
+      "<?xml version=\"1.0\" ?><a/><!-- --><?xml?>",
+      "<?xml version ?><a/>",
+      "<?xml version=1.0?><a/>",
+      "<?xml version=\"1.0?><a/>",
+      "<?xml version=\"1>0\"?><a/>",
+      "<?xml version=\"1.0\"encoding=\"UTF-8\"?><a/>",
+      "<?xml \xC3\xA9=\"1\"?><a/>",
+      "<?xml version=\"1.0\"",
+      "<?xml version=\"a&amp;b\"?><a/>",
+      // Attributes cut short or run together.
+      "<a b",
+      "<a b=",
+      "<a b=\"",
+      "<a b = 'x'c='y'/>",
+      "<a b='x'",
+      "<a b='x' /",
+      "<a/",
+      "<a",
+      "<a b\n>",
+      "<a b=\"x\"/><",
+      "<a><b></a></b>",
+      "<a><!--",
+      "<a>text",
   };
   for (const std::string& original : texts) {
     std::string text = original;
@@ -113,6 +137,21 @@ TEST(ZemXmlTree, LeavesEverythingElseToTheParserWithTheTextAsItWas) {
     EXPECT_FALSE(tree.Parse(&text[0], text.size())) << original;
     EXPECT_EQ(text, original);
     EXPECT_FALSE(tree.root());
+  }
+}
+
+TEST(ZemXmlTree, TakesPlainDeclarationsAndCommentsBesideTheRoot) {
+  const std::vector<std::string> texts = {
+      "<?xml version=\"1.0\"?><a/>",
+      "<?xml version='1.0' encoding=\"UTF-8\" standalone = 'yes' ?>\n<a/>",
+      "<?xml\tversion=\"1.0\"\n?>\r\n<!-- before --><a/><!-- after -->\n",
+      "<?xml ?><a/>",
+  };
+  for (const std::string& text : texts) {
+    bool taken = false;
+    const std::string tree = TreeView(text, &taken);
+    EXPECT_TRUE(taken) << text;
+    EXPECT_EQ(tree, ParserView(text)) << text;
   }
 }
 
