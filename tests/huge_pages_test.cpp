@@ -83,6 +83,10 @@ TEST(HugePages, IgnoresNoBlockAndASizePastTheAddressSpace) {
   AdviseHugePagesOfMapping(nullptr, 4 * HUGE_PAGE_BYTES);
   AdviseHugePagesOfMapping(&one, SIZE_MAX);
   EXPECT_FALSE(IsAdvisedHuge(&one));
+  // A block said to end past the top of the address space is not touched either.
+  void* const near_top = reinterpret_cast<void*>(UINTPTR_MAX - 100);
+  AdviseHugePages(near_top, 4 * HUGE_PAGE_BYTES);
+  AdviseHugePagesOfMapping(near_top, 4 * HUGE_PAGE_BYTES);
 }
 
 }  // namespace

@@ -58,6 +58,21 @@ const char* const TAIL = "</metalib>\n";
 
 std::string Schema(const std::string& body) { return HEAD + body + TAIL; }
 
+TEST(ZemXmlReadings, ATextOverTheLimitIsRefusedAlike) {
+  ZemLoadOptions options;
+  options.max_input_bytes = 10;
+  const std::string text = Schema("");
+  const std::string loaded = DescribeLoad(ZemLoadXmlText("t.xml", text, options));
+  EXPECT_EQ(
+      DescribeLoad(ZemLoadXmlTextReading(ZemXmlReading::kPlainTreeFirst, "t.xml", text, options)),
+      loaded);
+  EXPECT_EQ(
+      DescribeLoad(ZemLoadXmlTextReading(ZemXmlReading::kFullParserOnly, "t.xml", text, options)),
+      loaded);
+  EXPECT_NE(loaded.find("more than the maximum input size of 10 bytes"), std::string::npos)
+      << loaded;
+}
+
 TEST(ZemXmlReadings, PlainFilesReadAlikeAndWithoutTheParser) {
   const std::vector<std::string> bodies = {
       // Keys, split key, index, arrays and their refer, a struct as a type, macros.

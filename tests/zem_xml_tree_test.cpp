@@ -130,6 +130,13 @@ TEST(ZemXmlTree, LeavesEverythingElseToTheParserWithTheTextAsItWas) {
       "<a><b></a></b>",
       "<a><!--",
       "<a>text",
+      "<?xml",
+      "<?xml ",
+      "<abc></ab",
+      "<a></a ",
+      "<a></a",
+      "<a b\t='1'/>x",
+      "<a\tb=\"1\"\n",
   };
   for (const std::string& original : texts) {
     std::string text = original;
@@ -184,6 +191,10 @@ TEST(ZemXmlTree, AbsentNodesAndAttributesAreEmpty) {
   EXPECT_STREQ(last.next_attribute().name(), "");
   EXPECT_STREQ(last.next_attribute().value(), "");
   EXPECT_STREQ(ZemXmlTree::Attribute().value(), "");
+  EXPECT_STREQ(ZemXmlTree::Attribute().name(), "");
+  EXPECT_FALSE(ZemXmlTree::Node().first_child());
+  EXPECT_FALSE(ZemXmlTree::Node().next_sibling());
+  EXPECT_FALSE(ZemXmlTree::Node().first_attribute());
 }
 
 TEST(ZemXmlTree, ReadsDeepNestingWithoutRecursion) {
