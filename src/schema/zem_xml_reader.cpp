@@ -259,8 +259,12 @@ struct ParsedTree {
   static bool IsElement(const Node& node) { return node.type() == pugi::node_element; }
   // What is read lives on in the model, whose names and texts point into the text, not into the
   // parsed tree: releasing each element once read lets the model grow into the tree's memory
-  // instead of beside it.
-  static void Release(Node* parent, const Node& child) { parent->remove_child(child); }
+  // instead of beside it. Only an element with nothing left inside is released: the parser frees
+  // what a removed element holds by recursion, which a file of elements nested a few hundred
+  // thousand deep would take past the stack. The rest goes with the document, page by page.
+  static void Release(Node* parent, const Node& child) {
+    if (!child.first_child()) parent->remove_child(child);
+  }
 };
 
 struct PlainTree {
