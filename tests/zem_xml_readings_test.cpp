@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -165,6 +169,64 @@ TEST(ZemXmlReadings, WhatThePlainTreeLeavesToTheParserReadsAlike) {
     EXPECT_FALSE(PlainTreeTakes(text)) << text;
     ExpectSameReadings(text, text);
   }
+}
+
+// Elements nested two hundred thousand deep: the plain tree takes them, and the parser's tree,
+// read for the load error after them, is not freed by recursion into them.
+TEST(ZemXmlReadings, DeeplyNestedElementsReadAlike) {
+  std::string nested;
+  for (int i = 0; i < 200000; ++i) nested += "<x>";
+  for (int i = 0; i < 200000; ++i) nested += "</x>";
+  const std::string loads = Schema("<struct name=\"s\">" + nested + "</struct>");
+  ExpectSameReadings(loads, "nested");
+  EXPECT_TRUE(ZemLoadXmlText("t.xml", loads).ok);
+  const std::string fails =
+      Schema("<struct name=\"s\">" + nested + "</struct><struct name=\"s\"/>");
+  ExpectSameReadings(fails, "nested, then a struct defined again");
+  const ZemLoadResult failed = ZemLoadXmlText("t.xml", fails);
+  EXPECT_FALSE(failed.ok);
+  EXPECT_EQ(failed.error.text, "struct 's': the name is already used by the struct at line 2");
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define VELMORA_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define VELMORA_SANITIZED 1
+#endif
+#endif
+
+// The address space the process holds now, in bytes.
+size_t AddressSpaceInUse() {
+  std::ifstream statm("/proc/self/statm");
+  size_t pages = 0;
+  statm >> pages;
+  return pages * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+// In a process limited to little more address space than its file needs, the plain tree finds no
+// room for its records; the parser, which needs less, reads the file, as it would alone.
+TEST(ZemXmlReadings, AFileThePlainTreeHasNoRoomForIsReadByTheParser) {
+#if defined(VELMORA_SANITIZED)
+  GTEST_SKIP() << "the sanitizers need more address space than the limit leaves";
+#else
+  const std::string text = Schema("<!--" + std::string(size_t{60} << 20, 'c') + "-->");
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    // Room for the text's copy, its index and the parser; not for a record per 16 bytes.
+    const rlimit limit{AddressSpaceInUse() + (size_t{130} << 20), RLIM_INFINITY};
+    ZemLoadOptions options;
+    options.max_input_bytes = size_t{1} << 30;
+    const bool loaded =
+        setrlimit(RLIMIT_AS, &limit) == 0 && ZemLoadXmlText("t.xml", text, options).ok;
+    _exit(loaded ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status)) << status;
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+#endif
 }
 
 // Texts made of pieces of schema files and of markup in any order, most of them broken: whatever

@@ -67,8 +67,11 @@ class Arena {
   // touched until they are written, and a model of millions of records is then written with a
   // page fault per 2 MiB.
   void Expect(size_t bytes) {
-    if (bytes >= LARGE_MODEL_BYTES && bytes > m_capacity) {
+    if (bytes < LARGE_MODEL_BYTES || bytes <= m_capacity) return;
+    try {
       Reserve(std::max(bytes, MAPPED_BLOCK_BYTES));
+    } catch (const std::bad_alloc&) {
+      // Only a hint: the model grows as it needs, from the room it has.
     }
   }
 

@@ -1,6 +1,7 @@
 #include "schema/zem_xml_tree.h"
 
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #if defined(__SSE2__)
@@ -292,12 +293,17 @@ bool ZemXmlTree::Parse(char* text, size_t size) {
   Clear();
   if (size >= UINT32_MAX) return false;
   m_text = text;
-  // Room for as many records as a file of common elements has, without growing on the way.
-  m_elements.reserve(size / 32 + 2);
-  m_attributes.reserve(size / 16 + 1);
-  m_elements.push_back(ElementRecord{0, 0, 0, 0, 0, '\0'});
-  Tokenizer tokenizer(this, text, size);
-  if (tokenizer.Run()) return true;
+  try {
+    // Room for as many records as a file of common elements has, without growing on the way.
+    m_elements.reserve(size / 32 + 2);
+    m_attributes.reserve(size / 16 + 1);
+    m_elements.push_back(ElementRecord{0, 0, 0, 0, 0, '\0'});
+    Tokenizer tokenizer(this, text, size);
+    if (tokenizer.Run()) return true;
+  } catch (const std::bad_alloc&) {
+    // No room for the records (a process limited in address space): the full parser, which
+    // needs less, reads the file.
+  }
   Restore();
   return false;
 }
