@@ -196,6 +196,7 @@ TEST(ZemXmlReadings, DeeplyNestedElementsReadAlike) {
 #endif
 #endif
 
+#if !defined(VELMORA_SANITIZED)
 // The address space the process holds now, in bytes.
 size_t AddressSpaceInUse() {
   std::ifstream statm("/proc/self/statm");
@@ -203,6 +204,7 @@ size_t AddressSpaceInUse() {
   statm >> pages;
   return pages * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
+#endif
 
 // In a process limited to little more address space than its file needs, the plain tree finds no
 // room for its records; the parser, which needs less, reads the file, as it would alone.
