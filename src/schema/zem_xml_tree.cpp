@@ -138,6 +138,22 @@ class ZemXmlTree::Tokenizer {
     return end;
   }
 
+  // After an attribute's name: the blanks around '=' ('=' itself already passed when
+  // equals_passed) and the quote that opens the value. Returns that quote, m_at just after it, or
+  // '\0' when they are not there.
+  char OpenValue(bool equals_passed) {
+    if (!equals_passed) {
+      SkipBlanks();
+      if (At(m_at) != '=') return '\0';
+      ++m_at;
+    }
+    SkipBlanks();
+    const char quote = At(m_at);
+    if (quote != '"' && quote != '\'') return '\0';
+    ++m_at;
+    return quote;
+  }
+
   // The declaration: blanks, then name="value" pairs with plain names and values, then "?>". It
   // is not part of the tree: the encoding it names was read with the text.
   bool SkipDeclaration() {
@@ -150,13 +166,8 @@ class ZemXmlTree::Tokenizer {
       }
       if (!Is(At(m_at), NAME_START)) return false;
       m_at = NameEnd(m_at);
-      SkipBlanks();
-      if (At(m_at) != '=') return false;
-      ++m_at;
-      SkipBlanks();
-      const char quote = At(m_at);
-      if (quote != '"' && quote != '\'') return false;
-      ++m_at;
+      const char quote = OpenValue(false);
+      if (quote == '\0') return false;
       while (m_at < m_size && m_text[m_at] != quote) {
         if (Is(m_text[m_at], VALUE_STOP) || m_text[m_at] == '?' || m_text[m_at] == '>') {
           return false;
@@ -257,15 +268,9 @@ class ZemXmlTree::Tokenizer {
     m_tree->m_elements[element].end_attribute = static_cast<uint32_t>(m_tree->m_attributes.size());
     m_text[name_end] = '\0';
     m_at = name_end + 1;
-    if (after_name != '=') {
-      SkipBlanks();
-      if (At(m_at) != '=') return false;
-      ++m_at;
-    }
-    SkipBlanks();
-    const char quote = At(m_at);
-    if (quote != '"' && quote != '\'') return false;
-    const size_t value = ++m_at;
+    const char quote = OpenValue(after_name == '=');
+    if (quote == '\0') return false;
+    const size_t value = m_at;
     size_t end = value;
     for (;; ++end) {
       end = ValueStop(end);
