@@ -82,4 +82,37 @@ TEST(NameTable, SpreadsNamesThatAnUnkeyedHashCrowdsTogether) {
   EXPECT_NE(KeyedNameHash()("hp"), KeyedNameHash()(std::string_view("hp\0", 3)));
 }
 
+TEST(NameIndex, FindsPositionsInNamesItDoesNotHold) {
+  // The names live in the caller's vector, which moves as it grows: each call is told where.
+  std::vector<std::string> names;
+  NameIndex<> index;
+  const auto name_of = [&names](size_t position) { return std::string_view(names[position]); };
+  std::mt19937 rng(5);
+  std::unordered_map<std::string, size_t> first;
+  for (size_t i = 0; i < 3000; ++i) {
+    names.push_back("e" + std::to_string(rng() % 1000));
+    const size_t added = index.Add(i, name_of);
+    const auto inserted = first.emplace(names[i], i);
+    ASSERT_EQ(added, inserted.first->second) << names[i];
+  }
+  EXPECT_EQ(index.size(), first.size());
+  for (const auto& name : first) EXPECT_EQ(index.Find(name.first, name_of), name.second);
+  EXPECT_EQ(index.Find("e1000", name_of), NameIndex<>::NOT_FOUND);
+  EXPECT_EQ(NameIndex<>().Find("e1", name_of), NameIndex<>::NOT_FOUND);
+}
+
+TEST(NameIndex, KeepsTheFirstPositionAfterGrowingFromAReserve) {
+  const std::vector<std::string_view> names = {"hp", "mp", "hp", "sp", "mp", "xp"};
+  const auto name_of = [&names](size_t position) { return names[position]; };
+  for (const size_t reserved : {size_t{0}, size_t{2}, names.size()}) {
+    NameIndex<> index;
+    index.Reserve(reserved, name_of);
+    const std::vector<size_t> expected = {0, 1, 0, 3, 1, 5};
+    for (size_t i = 0; i < names.size(); ++i) EXPECT_EQ(index.Add(i, name_of), expected[i]);
+    EXPECT_EQ(index.size(), 4u);
+    EXPECT_EQ(index.Find("sp", name_of), 3u);
+    EXPECT_EQ(index.Find("SP", name_of), NameIndex<>::NOT_FOUND);
+  }
+}
+
 }  // namespace

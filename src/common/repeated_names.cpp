@@ -43,11 +43,6 @@ struct FoldedEqual {
   }
 };
 
-struct SeenName {
-  std::string_view name;
-  int index;
-};
-
 }  // namespace
 
 RepeatedNameVerdict FindFirstRepeatedName(const std::vector<const char*>& names, size_t rows) {
@@ -57,17 +52,17 @@ RepeatedNameVerdict FindFirstRepeatedName(const std::vector<const char*>& names,
     if (names[i][0] == '\0') first_empty = static_cast<int>(i);
   }
   // Names are seen in order, so the first repeat found of an earlier name is its nearest one; of
-  // all repeated earlier names, the walk meets the one of the lowest row first.
+  // all repeated earlier names, the walk meets the one of the lowest row first. The table holds
+  // positions in names, not copies of them.
   const FoldTable fold;
-  NameTable<SeenName, FoldedHash, FoldedEqual> first_seen(FoldedHash{&fold}, FoldedEqual{&fold});
-  first_seen.Reserve(names.size());
+  const auto name_of = [&names](size_t position) { return std::string_view(names[position]); };
+  NameIndex<FoldedHash, FoldedEqual> first_seen(FoldedHash{&fold}, FoldedEqual{&fold});
+  first_seen.Reserve(names.size(), name_of);
   for (size_t j = 0; j < names.size(); ++j) {
-    const size_t seen = first_seen.size();
-    const size_t found = first_seen.Add(SeenName{names[j], static_cast<int>(j)});
-    if (found == seen) continue;
-    const int earlier = first_seen[found].index;
-    if (static_cast<size_t>(earlier) < rows && (verdict.stop < 0 || earlier < verdict.stop)) {
-      verdict.stop = earlier;
+    const size_t earlier = first_seen.Add(j, name_of);
+    if (earlier == j) continue;
+    if (earlier < rows && (verdict.stop < 0 || static_cast<int>(earlier) < verdict.stop)) {
+      verdict.stop = static_cast<int>(earlier);
       verdict.repeat = static_cast<int>(j);
     }
   }
