@@ -367,6 +367,30 @@ TEST(ZemXmlLimits, PositionsAreExactOnLongLinesAndManyLines) {
   }
 }
 
+TEST(ZemXmlLimits, PositionsAreExactInAsciiTextAndAfterItsFirstOtherCharacter) {
+  // ASCII text is counted without a map of character starts until its first multi-byte
+  // character, wherever that falls: at a word of the map, inside one, past a checkpoint, or never.
+  for (const size_t ascii : {size_t{0}, size_t{1}, size_t{63}, size_t{64}, size_t{65}, size_t{4095},
+                             size_t{4096}, size_t{9000}}) {
+    std::string text;
+    for (size_t i = 0; i < ascii; ++i) {
+      text += i % 37 == 36 ? '\n' : static_cast<char>('a' + i % 26);
+    }
+    const std::string ascii_only = text;
+    text += "\xe4\xb8\xad\xc3\xa9x\n\xf0\x9f\x98\x80yz";
+    for (int i = 0; i < 300; ++i) text += i % 50 == 49 ? "\n" : "b";
+    for (const std::string& sample : {ascii_only, text}) {
+      std::vector<size_t> forward(sample.size() + 2);
+      for (size_t offset = 0; offset < forward.size(); ++offset) forward[offset] = offset;
+      const std::vector<size_t> backward(forward.rbegin(), forward.rend());
+      SCOPED_TRACE("ascii " + std::to_string(ascii) + ", " + std::to_string(sample.size()) +
+                   " bytes");
+      ExpectCountedPositions(sample, forward);
+      ExpectCountedPositions(sample, backward);
+    }
+  }
+}
+
 TEST(ZemXmlLimits, PositionsAreExactWhenAskedForInAnyOrder) {
   std::mt19937 rng(7);
   const char* const pieces[] = {"ab", "\n", "\xe4\xb8\xad", "\xf0\x9f\x98\x80", "cdefghijk"};

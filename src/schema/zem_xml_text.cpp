@@ -454,6 +454,7 @@ bool ZemXmlText::Transcode(const std::string& encoding, const ZemTextPosition& d
 }
 
 bool ZemXmlText::CheckNoNulByte(std::string* error_text, ZemTextPosition* error_at) {
+  if (size() == 0) return true;  // an empty text may have no bytes at all to search
   const void* nul = std::memchr(data(), '\0', size());
   if (nul == nullptr) return true;
   *error_text = "a NUL byte, which an XML document must not hold";
@@ -471,7 +472,9 @@ void ZemXmlText::IndexPositions() {
   const char* text = data();
   const size_t length = size();
   m_newlines.assign(length / WORD_BITS + 1, 0);
-  m_char_starts.assign(length / WORD_BITS + 1, 0);
+  // Kept from the first byte that does not start a character on: in ASCII text, which most
+  // schema files are, every byte does, and the characters of a stretch are its bytes.
+  m_char_starts.clear();
   m_checkpoints.assign(length / CHECKPOINT_BYTES + 1, Cursor());
   uint64_t lines = 0;
   uint64_t characters = 0;
@@ -483,9 +486,17 @@ void ZemXmlText::IndexPositions() {
       m_checkpoints[from / CHECKPOINT_BYTES] =
           Cursor{from, lines, line_start, characters - characters_before_line};
     }
-    const WordBits bits = IndexWord(text + from, std::min(WORD_BITS, length - from));
+    const size_t word_bytes = std::min(WORD_BITS, length - from);
+    const WordBits bits = IndexWord(text + from, word_bytes);
     m_newlines[word] = bits.newlines;
-    m_char_starts[word] = bits.char_starts;
+    const uint64_t all_bytes =
+        word_bytes == WORD_BITS ? ~uint64_t{0} : (uint64_t{1} << word_bytes) - 1;
+    if (m_char_starts.empty() && bits.char_starts != all_bytes) {
+      m_char_starts.assign(length / WORD_BITS + 1, 0);
+      std::fill(m_char_starts.begin(), m_char_starts.begin() + static_cast<ptrdiff_t>(word),
+                ~uint64_t{0});
+    }
+    if (!m_char_starts.empty()) m_char_starts[word] = bits.char_starts;
     if (bits.newlines != 0) {
       const size_t last = WORD_BITS - 1 - static_cast<size_t>(__builtin_clzll(bits.newlines));
       line_start = from + last + 1;
@@ -504,14 +515,18 @@ void ZemXmlText::IndexPositions() {
   m_cursor = Cursor();
 }
 
+uint64_t ZemXmlText::Characters(size_t from, size_t to) const {
+  return m_char_starts.empty() ? to - from : CountBits(m_char_starts, from, to);
+}
+
 void ZemXmlText::Advance(Cursor* cursor, size_t offset) const {
   const uint64_t line_breaks = CountBits(m_newlines, cursor->at, offset);
   if (line_breaks == 0) {
-    cursor->line_characters += CountBits(m_char_starts, cursor->at, offset);
+    cursor->line_characters += Characters(cursor->at, offset);
   } else {
     cursor->line_breaks += line_breaks;
     cursor->line_start = LastBit(m_newlines, cursor->at, offset) + 1;
-    cursor->line_characters = CountBits(m_char_starts, cursor->line_start, offset);
+    cursor->line_characters = Characters(cursor->line_start, offset);
   }
   cursor->at = offset;
 }

@@ -60,11 +60,14 @@ class ZemXmlText {
   void IndexPositions();
   // Moves *cursor forward to offset, which is not before it, counting on the index.
   void Advance(Cursor* cursor, size_t offset) const;
+  // The characters that start in [from, to).
+  uint64_t Characters(size_t from, size_t to) const;
 
   ZemBytes m_bytes;
   size_t m_begin = 0;  // where the text starts in m_bytes (after a byte order mark)
   // One bit per byte of the text as it was before parsing: a line break, and the first byte of a
-  // character. Positions are counted on them, the text itself may have changed since.
+  // character (none kept for ASCII text, whose bytes all are). Positions are counted on them, the
+  // text itself may have changed since.
   std::vector<uint64_t> m_newlines;
   std::vector<uint64_t> m_char_starts;
   // The furthest offset asked for, and the cursor at every multiple of CHECKPOINT_BYTES: an
