@@ -153,6 +153,31 @@ TEST(ZemMetaLibAssembler, LaysOutEntryByEntryWhatTheBuilderBuildsWhole) {
   EXPECT_EQ(Describe(assembled.get()), Describe(whole.get()));
 }
 
+TEST(ZemMetaLibAssembler, ReadsBackTheEntriesLaidOutSoFar) {
+  const ZemMetaLibDef def = TwoMetas();
+  std::string error;
+  ZemMetaLibAssembler assembler(def.name, def.version);
+  for (const ZemMetaDef& meta : def.metas) {
+    ZemMetaDef own_fields = meta;
+    own_fields.entries.clear();
+    ASSERT_TRUE(assembler.Begin(own_fields, meta.entries.size(), &error)) << error;
+    for (size_t i = 0; i < meta.entries.size(); ++i) {
+      const ZemEntryDef& entry = meta.entries[i];
+      ASSERT_TRUE(assembler.AddEntry(entry, entry.name, &error)) << error;
+      // Every entry laid out so far reads back as it was described, the model having grown.
+      for (size_t j = 0; j <= i; ++j) {
+        const ZemMetaLibAssembler::LaidOutEntry laid_out = assembler.EntryAt(j);
+        EXPECT_EQ(laid_out.name, meta.entries[j].name);
+        EXPECT_EQ(assembler.EntryName(j), meta.entries[j].name);
+        EXPECT_EQ(laid_out.type, meta.entries[j].type);
+        EXPECT_EQ(laid_out.count, meta.entries[j].count);
+        EXPECT_STREQ(laid_out.type_meta, meta.entries[j].type_meta.c_str());
+      }
+    }
+    ASSERT_TRUE(assembler.End(own_fields, &error)) << error;
+  }
+}
+
 // The entries of one meta by name, as a reader that keeps its own table would answer; it lists
 // the names it is asked for.
 class ListLookup final : public ZemEntryLookup {

@@ -58,6 +58,10 @@ class Arena {
   T* At(ZEMPTR offset) {
     return reinterpret_cast<T*>(Data() + offset);
   }
+  template <typename T>
+  const T* At(ZEMPTR offset) const {
+    return reinterpret_cast<const T*>(Data() + offset);
+  }
 
   const char* Text(ZEMPTR offset) const { return Data() + offset; }
   size_t size() const { return m_size; }
@@ -194,6 +198,12 @@ class MetaLibBuilder {
   ZemMetaLibPtr Finish(const std::vector<std::pair<std::string, int>>& macros);
   const std::string& error() const { return m_error; }
   void Expect(size_t bytes) { m_arena.Expect(bytes); }
+  // An entry of the meta begun, laid out already.
+  const tagZEMMetaEntry& OpenEntry(size_t position) const {
+    return m_arena.At<tagZEMMetaEntry>(m_open->entries)[position];
+  }
+  const tagZEMMeta& MetaAt(ZEMPTR offset) const { return *m_arena.At<tagZEMMeta>(offset); }
+  const char* TextAt(ZEMPTR offset) const { return m_arena.Text(offset); }
 
  private:
   // One meta under construction.
@@ -593,6 +603,24 @@ bool ZemMetaLibAssembler::Begin(const ZemMetaDef& meta, size_t entries, std::str
 bool ZemMetaLibAssembler::AddEntry(const ZemEntryDef& entry, std::string_view name,
                                    std::string* error) {
   return Succeeded(m_builder->layout.AddEntry(entry, name), error);
+}
+
+std::string_view ZemMetaLibAssembler::EntryName(size_t position) const {
+  const MetaLibBuilder& layout = m_builder->layout;
+  return layout.TextAt(layout.OpenEntry(position).ptrName);
+}
+
+ZemMetaLibAssembler::LaidOutEntry ZemMetaLibAssembler::EntryAt(size_t position) const {
+  const MetaLibBuilder& layout = m_builder->layout;
+  const tagZEMMetaEntry& entry = layout.OpenEntry(position);
+  LaidOutEntry laid_out;
+  laid_out.name = layout.TextAt(entry.ptrName);
+  laid_out.type = entry.iType;
+  laid_out.count = entry.iCount;
+  if (entry.ptrTypeMeta != ZEMPTR_NONE) {
+    laid_out.type_meta = layout.TextAt(layout.MetaAt(entry.ptrTypeMeta).ptrName);
+  }
+  return laid_out;
 }
 
 bool ZemMetaLibAssembler::End(const ZemMetaDef& meta, std::string* error) {

@@ -50,6 +50,18 @@ class ZemMetaLibAssembler {
   bool AddEntry(const ZemEntryDef& entry, std::string_view name, std::string* error);
   bool End(const ZemMetaDef& meta, std::string* error);
 
+  // An entry of the struct or union begun, as AddEntry laid it out (position: below the entries
+  // added so far), for a reader that keeps no record of the entries it has read.
+  struct LaidOutEntry {
+    std::string_view name;
+    int type = 0;
+    int count = 0;
+    const char* type_meta = "";  // the name of the struct or union of its type, if any
+  };
+  LaidOutEntry EntryAt(size_t position) const;
+  // Its name alone, as lookups compare it.
+  std::string_view EntryName(size_t position) const;
+
   // The metalib of the metas added, with its macros (of two with one name, the later value wins).
   ZemMetaLibPtr Finish(const std::vector<std::pair<std::string, int>>& macros);
 

@@ -83,10 +83,13 @@ void PlaceHandles(LPZEMMETALIB metalib, const std::vector<ZemMetaPlaces>& places
     LPZEMMETA meta = zem_get_meta_by_index(metalib, static_cast<int>(i));
     const ZemMetaPlaces& meta_places = places[i];
     out->Add(meta, meta_places.element, meta_places.attributes);
+    auto customattr2 = meta_places.entry_customattr2s.begin();
     for (size_t j = 0; j < meta_places.entries.size(); ++j) {
       ZemPlace attributes[ZemSourcePlaces::ATTRIBUTE_NUM];
-      attributes[ZemSourcePlaces::CUSTOM_ATTR2] = meta_places.entries[j].customattr2;
-      out->Add(zem_get_entry_by_index(meta, static_cast<int>(j)), meta_places.entries[j].element,
+      if (customattr2 != meta_places.entry_customattr2s.end() && customattr2->entry == j) {
+        attributes[ZemSourcePlaces::CUSTOM_ATTR2] = (customattr2++)->place;
+      }
+      out->Add(zem_get_entry_by_index(meta, static_cast<int>(j)), meta_places.entries[j],
                attributes);
     }
     for (size_t k = 0; k < meta_places.indexes.size(); ++k) {

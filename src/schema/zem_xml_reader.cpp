@@ -203,27 +203,69 @@ struct KnownMeta {
   size_t offset = 0;  // where its element starts in the text
 };
 
-// An entry of the struct or union being read; its position in the table is its index.
+// An entry read, as the reader asks of it when a later entry refers to it.
 struct KnownEntry {
   std::string_view name;
   const char* type_meta = "";  // the struct or union of its type, if any
   int type = 0;
   int count = 0;  // read within the int range
-  size_t offset = 0;
+};
+
+// The entries of the struct or union being read, found by name. While the file has no load error
+// each entry is laid out as it is read, and an earlier entry is read back from the model: a struct
+// of a million entries then keeps a slot of 4 bytes per entry here and nothing more. Once the file
+// has a load error nothing is laid out, and the entries are kept as records.
+class KnownEntries {
+ public:
+  static constexpr size_t NOT_FOUND = NameIndex<>::NOT_FOUND;
+
+  // model: the assembler that lays out the entries as they are read; null keeps records.
+  void Begin(const ZemMetaLibAssembler* model, size_t entries) {
+    m_model = model;
+    if (m_model == nullptr) m_records.reserve(entries);
+    m_index.Reserve(entries, Names{this});
+  }
+  size_t size() const { return m_index.size(); }
+  // The position of the entry of this name, or NOT_FOUND.
+  size_t Find(std::string_view name) const { return m_index.Find(name, Names{this}); }
+  // Adds the entry read last at position size(), once the model holds it when there is one. Its
+  // name is new: the caller has asked Find.
+  void Add(const KnownEntry& entry) {
+    if (m_model == nullptr) m_records.push_back(entry);
+    m_index.Add(m_index.size(), Names{this});
+  }
+  KnownEntry operator[](size_t position) const {
+    if (m_model == nullptr) return m_records[position];
+    const ZemMetaLibAssembler::LaidOutEntry laid_out = m_model->EntryAt(position);
+    return KnownEntry{laid_out.name, laid_out.type_meta, laid_out.type, laid_out.count};
+  }
+
+ private:
+  struct Names {
+    const KnownEntries* entries;
+    std::string_view operator()(size_t position) const {
+      return entries->m_model != nullptr ? entries->m_model->EntryName(position)
+                                         : entries->m_records[position].name;
+    }
+  };
+
+  const ZemMetaLibAssembler* m_model = nullptr;
+  std::vector<KnownEntry> m_records;
+  NameIndex<> m_index;
 };
 
 // The entries read so far, as the assembler looks them up while it lays them out.
 class KnownEntryLookup final : public ZemEntryLookup {
  public:
-  explicit KnownEntryLookup(const NameTable<KnownEntry>& entries) : m_entries(entries) {}
+  explicit KnownEntryLookup(const KnownEntries& entries) : m_entries(entries) {}
   // Positions fit in an int: a struct has at most MAX_ENTRIES entries.
   int Find(std::string_view name) const override {
     const size_t found = m_entries.Find(name);
-    return found == NameTable<KnownEntry>::NOT_FOUND ? -1 : static_cast<int>(found);
+    return found == KnownEntries::NOT_FOUND ? -1 : static_cast<int>(found);
   }
 
  private:
-  const NameTable<KnownEntry>& m_entries;
+  const KnownEntries& m_entries;
 };
 
 template <typename Attribute>
@@ -243,7 +285,7 @@ struct MetaStateOf {
   std::string_view name;
   ZemMetaDef* def = nullptr;
   ZemMetaPlaces* places = nullptr;
-  NameTable<KnownEntry> entries;
+  KnownEntries entries;
   KnownEntryLookup lookup{entries};  // the assembler finds entries in the table above
   std::unordered_map<std::string_view, size_t> index_offsets;
   std::vector<PendingIndexOf<Attribute>> indexes;
@@ -723,7 +765,6 @@ class SchemaReader {
       return Fail(node, Owner{meta->kind, meta->name}.Text() + " has " + std::to_string(entries) +
                             " entries; at most " + std::to_string(MAX_ENTRIES) + " fit");
     }
-    meta->entries.Reserve(entries);
     meta->places->entries.reserve(entries);
     // Laid out as it is read, while the file has no load error: no description of all its
     // entries is kept.
@@ -731,6 +772,7 @@ class SchemaReader {
     if (meta->build && !m_assembler->Begin(*meta->def, entries, &m_build_error, &meta->lookup)) {
       return false;
     }
+    meta->entries.Begin(meta->build ? &*m_assembler : nullptr, entries);
     Node parent = node;
     for (Node child = node.first_child(), next; child; child = next) {
       next = child.next_sibling();
@@ -813,18 +855,19 @@ class SchemaReader {
   }
 
   // The refer: an earlier entry of the same struct holding a single integer of at most 32 bits.
+  // The entry being read is not among those found yet.
   bool ReadEntryRefer(const Attribute& attribute, const Owner& owner, const MetaState& meta,
-                      size_t entry_index, ZemEntryDef* entry) {
+                      ZemEntryDef* entry) {
     if (!attribute) return true;
     const std::string_view refer = attribute.value();
     auto what = [&refer]() { return "refer " + Quote(refer); };
     if (refer.empty()) return Fail(attribute, owner.Text() + ": refer is empty");
     const size_t found = meta.entries.Find(refer);
-    if (found == NameTable<KnownEntry>::NOT_FOUND || found >= entry_index) {
+    if (found == KnownEntries::NOT_FOUND) {
       return Fail(attribute, owner.Text() + ": " + what() + " names no earlier entry of " +
                                  meta.kind + " " + Quote(meta.name));
     }
-    const KnownEntry& target = meta.entries[found];
+    const KnownEntry target = meta.entries[found];
     if (target.type < ZEM_TYPE_INT8 || target.type > ZEM_TYPE_UINT32) {
       const std::string type_name = target.type <= ZEM_TYPE_STRUCT ? std::string(target.type_meta)
                                                                    : BaseTypeName(target.type);
@@ -881,13 +924,10 @@ class SchemaReader {
     }
     const Owner owner{"entry", name};
     const size_t entry_index = meta->entries.size();
-    KnownEntry known;
-    known.name = name;
-    known.offset = OffsetOf(node);
-    const size_t first = meta->entries.Add(known);
-    if (first != entry_index) {
+    const size_t first = meta->entries.Find(name);
+    if (first != KnownEntries::NOT_FOUND) {
       return Fail(node, owner.Text() + " is defined twice in " + where.Text() + " (first at line " +
-                            std::to_string(LineOf(meta->entries[first].offset)) + ")");
+                            std::to_string(meta->places->entries[first].line) + ")");
     }
 
     ZemEntryDef entry;
@@ -896,7 +936,6 @@ class SchemaReader {
     if (!type_attribute) return Fail(node, owner.Text() + " has no 'type' attribute");
     const KnownMeta* type_meta = nullptr;
     if (!ReadEntryType(type_attribute, owner, *meta, &entry, &type_meta)) return false;
-    if (type_meta != nullptr) meta->entries[entry_index].type_meta = type_attribute.value();
     int64_t declared_size = 0;
     if (!ReadEntrySize(attributes[ATTR_SIZE], owner, entry.type, type_meta != nullptr,
                        &declared_size)) {
@@ -904,7 +943,7 @@ class SchemaReader {
     }
     int64_t count = 1;
     if (!ReadEntryCount(attributes[ATTR_COUNT], owner, &count)) return false;
-    if (!ReadEntryRefer(attributes[ATTR_REFER], owner, *meta, entry_index, &entry)) return false;
+    if (!ReadEntryRefer(attributes[ATTR_REFER], owner, *meta, &entry)) return false;
     if (count == 0 && entry.refer.empty()) {
       return Fail(attributes[ATTR_COUNT],
                   owner.Text() + ": count 0 makes a variable array, which needs a refer");
@@ -917,11 +956,15 @@ class SchemaReader {
     if (!AddEntrySize(node, owner, unit, count, meta)) return false;
     entry.count = static_cast<int>(count);
     entry.unit_size = static_cast<uint32_t>(unit);
-    meta->entries[entry_index].type = entry.type;
-    meta->entries[entry_index].count = static_cast<int>(count);
-    meta->places->entries.push_back(
-        ZemMetaPlaces::Entry{PlaceOf(known.offset), PlaceOf(attributes[ATTR_CUSTOMATTR2])});
-    return !meta->build || m_assembler->AddEntry(entry, name, &m_build_error);
+    meta->places->entries.push_back(PlaceOf(OffsetOf(node)));
+    if (attributes[ATTR_CUSTOMATTR2]) {
+      meta->places->entry_customattr2s.push_back(
+          ZemMetaPlaces::EntryAttribute{entry_index, PlaceOf(attributes[ATTR_CUSTOMATTR2])});
+    }
+    if (meta->build && !m_assembler->AddEntry(entry, name, &m_build_error)) return false;
+    meta->entries.Add(KnownEntry{name, type_meta != nullptr ? type_attribute.value() : "",
+                                 entry.type, entry.count});
+    return true;
   }
 
   bool ReadIndex(const Node& node, MetaState* meta) {
@@ -954,7 +997,7 @@ class SchemaReader {
     bool found_all = true;
     ForEachName(attribute.value(), [&](std::string_view piece) {
       ++*count;
-      if (found_all && meta.entries.Find(piece) == NameTable<KnownEntry>::NOT_FOUND) {
+      if (found_all && meta.entries.Find(piece) == KnownEntries::NOT_FOUND) {
         found_all = false;
         unknown = piece;
       }

@@ -20,11 +20,14 @@ class ZemXmlTree;
 struct ZemMetaPlaces {
   ZemPlace element;
   ZemPlace attributes[ZemSourcePlaces::ATTRIBUTE_NUM];
-  struct Entry {
-    ZemPlace element;
-    ZemPlace customattr2;
+  std::vector<ZemPlace> entries;  // each entry's element
+  // The customattr2 attributes of the entries written with one, in entry order: few entries have
+  // one, so a struct of a million entries keeps a place per entry and little more.
+  struct EntryAttribute {
+    size_t entry;
+    ZemPlace place;
   };
-  std::vector<Entry> entries;
+  std::vector<EntryAttribute> entry_customattr2s;
   std::vector<ZemPlace> indexes;
 };
 
