@@ -138,6 +138,79 @@ TEST(ZemXmlReadings, FilesWithLoadErrorsReadAlike) {
   }
 }
 
+// The entries f0 ... f<count - 1> of a long struct, one a line, every 997th from f5 on of the
+// struct "pos" with a customattr2 of its own, and `middle` written after the first third of them.
+// Entries far enough past the middle one that their text is given back: f29915 (of the struct
+// "pos") and f30000.
+std::string LongEntries(int count, const std::string& middle) {
+  std::string entries;
+  for (int i = 0; i < count; ++i) {
+    if (i == count / 3) entries += middle;
+    const std::string name = "f" + std::to_string(i);
+    if (i % 997 == 5) {
+      entries += "    <entry name=\"" + name + "\" type=\"pos\" customattr2=\"c" +
+                 std::to_string(i) + "\"/>\n";
+    } else {
+      entries += "    <entry name=\"" + name + "\" type=\"int32\"/>\n";
+    }
+  }
+  return entries;
+}
+
+TEST(ZemXmlReadings, LongStructsReadAlikeWhileTheirMemoryIsGivenBack) {
+  // Structs of 60,000 entries (over 2 MB of text), so that the plain tree gives the records and
+  // text of the entries read back in batches. Whatever is read again after them (the struct's
+  // keys, an index's columns, an earlier entry that a refer or a repeated name points to) must
+  // read as the full parser reads it.
+  const int count = 60000;
+  const std::string pos = "  <struct name=\"pos\"><entry name=\"x\" type=\"int32\"/></struct>\n";
+  const std::string head =
+      "  <struct name=\"big\" primarykey=\"f0,f59999\" splittablekey=\"f1\" "
+      "customattr2=\"TableType=GENERIC\">\n"
+      "    <entry name=\"n\" type=\"uint8\"/>\n"
+      "    <entry name=\"arr\" type=\"int16\" count=\"3\"/>\n";
+  const std::string middle_index = "    <index name=\"mid\" column=\"f59999, f3\"/>\n";
+  // A struct with a load error: the entries of the long one after it are kept as records.
+  const std::string broken =
+      pos + "  <struct name=\"bad\"><entry name=\"a\" type=\"nope\"/></struct>\n";
+  struct Case {
+    const char* what;
+    std::string before;  // struct bodies before the long struct
+    std::string middle;  // written among its entries
+    std::string last;    // its last children
+  } cases[] = {
+      {"valid, an index among the entries and one at the end", pos, middle_index,
+       "    <entry name=\"items\" type=\"int32\" count=\"4\" refer=\"n\"/>\n"
+       "    <index name=\"end\" column=\"f2,items\"/>\n"},
+      {"a name repeated at the end", pos, middle_index,
+       "    <entry name=\"f30000\" type=\"int8\"/>\n"},
+      {"a refer to an early entry of a struct type", pos, "",
+       "    <entry name=\"items\" type=\"int32\" count=\"2\" refer=\"f29915\"/>\n"},
+      {"a refer to an early array", pos, "",
+       "    <entry name=\"items\" type=\"int32\" count=\"2\" refer=\"arr\"/>\n"},
+      {"a refer to a later entry", pos, "",
+       "    <entry name=\"items\" type=\"int32\" count=\"2\" refer=\"zz\"/>\n"
+       "    <entry name=\"zz\" type=\"int8\"/>\n"},
+      {"an unknown column of the index among the entries", pos,
+       "    <index name=\"mid\" column=\"f3, zz\"/>\n", ""},
+      {"an earlier load error, then a repeated name", broken, middle_index,
+       "    <entry name=\"f30000\" type=\"int8\"/>\n"},
+      {"an earlier load error, then a refer to an early entry", broken, middle_index,
+       "    <entry name=\"items\" type=\"int32\" count=\"2\" refer=\"f29915\"/>\n"},
+  };
+  for (const Case& c : cases) {
+    const std::string text =
+        Schema(c.before + head + LongEntries(count, c.middle) + c.last + "  </struct>\n" +
+               "  <struct name=\"after\"><entry name=\"b\" type=\"big\"/></struct>\n");
+    ASSERT_TRUE(PlainTreeTakes(text)) << c.what;
+    ExpectSameReadings(text, c.what);
+  }
+  // A long union, whose indexes are ignored, reads alike too.
+  const std::string text =
+      Schema(pos + "  <union name=\"u\">\n" + LongEntries(count, middle_index) + "  </union>\n");
+  ExpectSameReadings(text, "union");
+}
+
 TEST(ZemXmlReadings, WhatThePlainTreeLeavesToTheParserReadsAlike) {
   const std::vector<std::string> bodies = {
       "<struct name=\"a&amp;b\" desc=\"&lt;&#65;\"/>",
@@ -171,8 +244,8 @@ TEST(ZemXmlReadings, WhatThePlainTreeLeavesToTheParserReadsAlike) {
   }
 }
 
-// Elements nested two hundred thousand deep: the plain tree takes them, and the parser's tree,
-// read for the load error after them, is not freed by recursion into them.
+// Elements nested two hundred thousand deep: the plain tree takes them, and the parser's tree is
+// not freed by recursion into them, whether the file loads or has a load error after them.
 TEST(ZemXmlReadings, DeeplyNestedElementsReadAlike) {
   std::string nested;
   for (int i = 0; i < 200000; ++i) nested += "<x>";

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <pugixml.hpp>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -174,6 +178,59 @@ TEST(ZemXmlTree, GivesTheTextBackAfterReadingIt) {
   tree.Restore();
   EXPECT_EQ(text, original);
   EXPECT_FALSE(tree.root());
+}
+
+// Whether the page of memory holding `at` is resident.
+bool Resident(const char* at) {
+  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  void* start = reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(at) / page * page);
+  unsigned char state = 0;
+  return mincore(start, page, &state) == 0 && (state & 1) != 0;
+}
+
+TEST(ZemXmlTree, ForgetGivesBackWhatWasReadAndKeepsWhatIsReadAgain) {
+  // A struct of 150,000 entries with an index after the first 100,000, read as the schema reader
+  // reads it: each entry once, the struct and the index again at the end.
+  std::string text = "<m n=\"g\"><s name=\"t\" primarykey=\"f1\">\n";
+  std::vector<size_t> entry_at;
+  for (int i = 0; i < 150000; ++i) {
+    if (i == 100000) text += "<index name=\"i\" column=\"f2\"/>\n";
+    entry_at.push_back(text.size());
+    text += "<e name=\"f" + std::to_string(i) + "\" type=\"int32\"/>\n";
+  }
+  text += "</s><after name=\"a\"/></m>\n";
+  ZemXmlTree tree;
+  ASSERT_TRUE(tree.Parse(&text[0], text.size()));
+  const ZemXmlTree::Node table = tree.root().first_child();
+  ZemXmlTree::Node kept = table;
+  ZemXmlTree::Node index;
+  int entries = 0;
+  for (ZemXmlTree::Node child = table.first_child(), next; child; child = next) {
+    next = child.next_sibling();
+    if (std::string(child.name()) == "index") {
+      index = kept = child;
+      continue;
+    }
+    ASSERT_STREQ(child.first_attribute().value(), ("f" + std::to_string(entries)).c_str());
+    ++entries;
+    // Before the index the text stays; after it, only from the index on.
+    ZemXmlTree::Forget(kept, child, entries > 100000);
+  }
+  EXPECT_EQ(entries, 150000);
+  // What is read again reads as before.
+  EXPECT_STREQ(table.name(), "s");
+  EXPECT_STREQ(table.first_attribute().next_attribute().value(), "f1");
+  EXPECT_STREQ(index.first_attribute().next_attribute().value(), "f2");
+  EXPECT_STREQ(table.next_sibling().name(), "after");
+  EXPECT_STREQ(table.next_sibling().first_attribute().value(), "a");
+  // The text of the entries before the index was kept; most of that after it was given back.
+  EXPECT_TRUE(Resident(&text[entry_at[50000]]));
+  EXPECT_TRUE(Resident(&text[entry_at[100000]]));
+  EXPECT_FALSE(Resident(&text[entry_at[120000]]));
+  // Nothing is given back for an element that is not after the kept one.
+  ZemXmlTree::Forget(table, tree.root(), true);
+  ZemXmlTree::Forget(ZemXmlTree::Node(), table, true);
+  EXPECT_STREQ(tree.root().first_attribute().value(), "g");
 }
 
 TEST(ZemXmlTree, AbsentNodesAndAttributesAreEmpty) {

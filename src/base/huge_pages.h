@@ -54,4 +54,30 @@ inline void AdviseHugePagesOfMapping(void* block, size_t size) {
 #endif
 }
 
+// The size of a page of memory; 4096 where the system cannot tell.
+inline size_t PageBytes() {
+#if defined(__linux__)
+  const long page = sysconf(_SC_PAGESIZE);
+  return page > 0 ? static_cast<size_t>(page) : 4096;
+#else
+  return 4096;
+#endif
+}
+
+// Gives the whole pages within [block, block + size) back to the system, for memory that is never
+// read again: the process's resident memory shrinks at once, and a page touched again reads as
+// zeros. Returns the end of the last page given back (block when none was).
+inline const char* GiveBackWholePages(const char* block, size_t size) {
+  const uintptr_t start = reinterpret_cast<uintptr_t>(block);
+  const uintptr_t page = PageBytes();
+  if (block == nullptr || start > UINTPTR_MAX - size - page) return block;
+  const uintptr_t begin = (start + page - 1) / page * page;
+  const uintptr_t end = (start + size) / page * page;
+  if (end <= begin) return block;
+#if defined(__linux__)
+  madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
+#endif
+  return block + (end - start);
+}
+
 #endif  // VELMORA_BASE_HUGE_PAGES_H_

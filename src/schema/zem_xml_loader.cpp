@@ -41,17 +41,12 @@ bool ReadSchema(const std::string& file, ZemBytes bytes, ZemXmlReading reading,
                   result);
   }
 
-  // Plain XML, which schema files are written in, is read without the full parser's tree. A file
-  // with a load error is read again by the full parser, so that every error and warning is told
-  // as it tells it.
+  // Plain XML, which schema files are written in, is read without the full parser's tree: the
+  // plain tree answers the reader as the parser's tree would, load errors and warnings included.
   if (reading == ZemXmlReading::kPlainTreeFirst) {
     ZemXmlTree tree;
     if (tree.Parse(text.data(), text.size())) {
-      if (ZemReadSchemaDocument(tree, text, file, result, places)) return true;
-      tree.Restore();
-      *result = ZemLoadResult();
-      result->error.file = file;
-      places->clear();
+      return ZemReadSchemaDocument(tree, text, file, result, places);
     }
   }
 

@@ -1,6 +1,6 @@
 // The two ways the loader reads a text. It reads plain XML through its own tree and falls back to
-// the full XML parser for anything else and for every file with a load error; each reading must
-// give the same result, which tests and the load fuzz target hold them to.
+// the full XML parser for anything else; each reading must give the same result, load errors and
+// warnings included, which tests and the load fuzz target hold them to.
 #ifndef VELMORA_SCHEMA_ZEM_XML_LOADER_INTERNAL_H_
 #define VELMORA_SCHEMA_ZEM_XML_LOADER_INTERNAL_H_
 

@@ -307,6 +307,10 @@ struct ParsedTree {
   static void Release(Node* parent, const Node& child) {
     if (!child.first_child()) parent->remove_child(child);
   }
+  static void ReleaseEntry(Node* parent, const Node& /*kept*/, const Node& child,
+                           bool /*text_too*/) {
+    Release(parent, child);
+  }
 };
 
 struct PlainTree {
@@ -315,7 +319,15 @@ struct PlainTree {
   using Attribute = ZemXmlTree::Attribute;
   // The plain tree holds elements only.
   static bool IsElement(const Node&) { return true; }
-  static void Release(Node*, const Node&) {}
+  // A struct's records are few beside its model, and stay until the file is read: memory given
+  // back would be faulted in anew by the next file a process loads.
+  static void Release(Node* /*parent*/, const Node& /*child*/) {}
+  // The records of the entries read, and with text_too their text, are given back as the model
+  // grows, in batches that only a struct of tens of thousands of entries fills; those of kept, the
+  // last element read again later, and all before it, stay.
+  static void ReleaseEntry(Node* /*parent*/, const Node& kept, const Node& child, bool text_too) {
+    ZemXmlTree::Forget(kept, child, text_too);
+  }
 };
 
 // Walks the parsed document and fills the metalib description, in document order. Every Fail
@@ -774,6 +786,9 @@ class SchemaReader {
     }
     meta->entries.Begin(meta->build ? &*m_assembler : nullptr, entries);
     Node parent = node;
+    // The last element read again once the children are: the struct (its keys) or the last index
+    // (its columns).
+    Node kept = node;
     for (Node child = node.first_child(), next; child; child = next) {
       next = child.next_sibling();
       if (!Tree::IsElement(child)) continue;
@@ -781,10 +796,12 @@ class SchemaReader {
       if (kind == ELEMENT_ENTRY) {
         if (!ReadEntry(child, meta)) return false;
         // Nothing refers to an entry's element once it is read: a struct of a million entries
-        // gives its tree back as its model grows.
-        Tree::Release(&parent, child);
+        // gives its tree back as its model grows. Its text too, unless the entries read are kept
+        // as records, whose names point into it.
+        Tree::ReleaseEntry(&parent, kept, child, meta->build);
       } else if (kind == ELEMENT_INDEX && !is_union) {
         if (!ReadIndex(child, meta)) return false;
+        kept = child;
       } else {
         WarnUnexpectedElement(child, node);
       }

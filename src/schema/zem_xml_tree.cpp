@@ -8,6 +8,8 @@
 #include <emmintrin.h>
 #endif
 
+#include "base/huge_pages.h"
+
 namespace {
 
 // Classes of bytes in plain markup.
@@ -330,8 +332,65 @@ void ZemXmlTree::Restore() {
   Clear();
 }
 
+namespace {
+
+// Records are given back once this many bytes of them can be: one system call per batch, not per
+// element.
+constexpr size_t FORGET_BATCH_BYTES = size_t{1} << 20;
+
+// Gives back the bytes [begin, end), less those given back already (up to *forgotten).
+void ForgetBytes(const char* begin, const char* end, const char** forgotten) {
+  if (*forgotten != nullptr && *forgotten > begin) begin = *forgotten;
+  if (end <= begin || end - begin < static_cast<ptrdiff_t>(FORGET_BATCH_BYTES)) return;
+  const char* given_back = GiveBackWholePages(begin, static_cast<size_t>(end - begin));
+  if (given_back > begin) *forgotten = given_back;
+}
+
+template <typename Record>
+void ForgetRecords(const std::vector<Record>& records, size_t from, size_t to,
+                   const char** forgotten) {
+  if (to <= from || to > records.size()) return;
+  ForgetBytes(reinterpret_cast<const char*>(records.data() + from),
+              reinterpret_cast<const char*>(records.data() + to), forgotten);
+}
+
+}  // namespace
+
+uint32_t ZemXmlTree::EndOfStartTag(const ElementRecord& element) const {
+  // Past the NUL that ends its last value, or its name.
+  const uint32_t last = element.end_attribute > element.first_attribute
+                            ? m_attributes[element.end_attribute - 1].value
+                            : element.name;
+  return last + static_cast<uint32_t>(std::strlen(m_text + last)) + 1;
+}
+
+void ZemXmlTree::Forget(const Node& kept, const Node& done, bool with_text) {
+  const ZemXmlTree* tree = kept.m_tree;
+  if (tree == nullptr || done.m_tree != tree || done.m_index <= kept.m_index) return;
+  const std::vector<ElementRecord>& elements = tree->m_elements;
+  if (with_text && done.m_index + size_t{1} < elements.size()) {
+    // From the end of kept's start tag to the '<' of the element after done.
+    if (tree->m_text_kept != kept.m_index) {
+      tree->m_text_kept = kept.m_index;
+      tree->m_text_from = tree->EndOfStartTag(elements[kept.m_index]);
+    }
+    ForgetBytes(tree->m_text + tree->m_text_from,
+                tree->m_text + elements[done.m_index + 1].name - 1, &tree->m_text_forgotten);
+  }
+  const uint32_t attributes_from = elements[kept.m_index].end_attribute;
+  const uint32_t attributes_to = elements[done.m_index].end_attribute;
+  ForgetRecords(elements, kept.m_index + size_t{1}, done.m_index + size_t{1},
+                &tree->m_elements_forgotten);
+  ForgetRecords(tree->m_attributes, attributes_from, attributes_to, &tree->m_attributes_forgotten);
+}
+
 void ZemXmlTree::Clear() {
   m_text = nullptr;
+  m_elements_forgotten = nullptr;
+  m_attributes_forgotten = nullptr;
+  m_text_forgotten = nullptr;
+  m_text_kept = 0;
+  m_text_from = 0;
   std::vector<ElementRecord>().swap(m_elements);
   std::vector<AttributeRecord>().swap(m_attributes);
 }

@@ -87,6 +87,14 @@ class ZemXmlTree {
   // read it; the tree is empty then.
   void Restore();
 
+  // For a reader that reads a long run of sibling elements once each, in order: gives the records
+  // of the elements after `kept` through `done`, and of the attributes after kept's through
+  // done's, back to the system, a batch of pages at a time; with_text, the text from the end of
+  // kept's start tag to the element after done as well. kept's records and text and all before
+  // them stay; what is given back must not be read again, and Restore is not called afterwards.
+  // Nodes of one tree only.
+  static void Forget(const Node& kept, const Node& done, bool with_text);
+
   // The one element at the top of the document; none before a successful Parse.
   Node root() const { return m_elements.size() > 1 ? Node(this, 1) : Node(); }
 
@@ -99,6 +107,17 @@ class ZemXmlTree {
   char* m_text = nullptr;
   std::vector<ElementRecord> m_elements;  // in document order after record 0
   std::vector<AttributeRecord> m_attributes;
+  // The text offset just past the start tag of an element: its last value's or its name's end.
+  uint32_t EndOfStartTag(const ElementRecord& element) const;
+
+  // Where the records and text given back so far end, and where the text after the kept element
+  // starts. Giving memory back changes nothing that may still be read, so the nodes of a tree read
+  // as const may do it.
+  mutable const char* m_elements_forgotten = nullptr;
+  mutable const char* m_attributes_forgotten = nullptr;
+  mutable const char* m_text_forgotten = nullptr;
+  mutable uint32_t m_text_kept = 0;
+  mutable uint32_t m_text_from = 0;
 };
 
 #endif  // VELMORA_SCHEMA_ZEM_XML_TREE_H_
