@@ -89,4 +89,35 @@ TEST(HugePages, IgnoresNoBlockAndASizePastTheAddressSpace) {
   AdviseHugePagesOfMapping(near_top, 4 * HUGE_PAGE_BYTES);
 }
 
+// Whether the page holding `at` is resident.
+bool Resident(const char* at) {
+  const uintptr_t page = PageBytes();
+  void* start = reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(at) / page * page);
+  unsigned char state = 0;
+  return mincore(start, page, &state) == 0 && (state & 1) != 0;
+}
+
+TEST(HugePages, GivesBackTheWholePagesWithinABlockAlone) {
+  const size_t page = PageBytes();
+  void* mapped =
+      mmap(nullptr, 8 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(mapped, MAP_FAILED);
+  char* const pages = static_cast<char*>(mapped);
+  for (size_t i = 0; i < 8 * page; ++i) pages[i] = 'x';
+  // From inside page 1 to inside page 6: pages 2 to 5 are given back, ends included in none.
+  const char* const end = GiveBackWholePages(pages + page + 100, 5 * page);
+  EXPECT_EQ(end, pages + 6 * page);
+  EXPECT_TRUE(Resident(pages + page));
+  for (size_t i = 2; i < 6; ++i) EXPECT_FALSE(Resident(pages + i * page)) << "page " << i;
+  EXPECT_TRUE(Resident(pages + 6 * page));
+  EXPECT_EQ(pages[page + 99], 'x');
+  EXPECT_EQ(pages[6 * page], 'x');
+  // A page given back reads as zeros.
+  EXPECT_EQ(pages[3 * page], '\0');
+  // A block holding no whole page gives nothing back.
+  EXPECT_EQ(GiveBackWholePages(pages + 7 * page + 1, page - 2), pages + 7 * page + 1);
+  EXPECT_TRUE(Resident(pages + 7 * page));
+  munmap(mapped, 8 * page);
+}
+
 }  // namespace

@@ -70,7 +70,6 @@ inline size_t PageBytes() {
 inline const char* GiveBackWholePages(const char* block, size_t size) {
   const uintptr_t start = reinterpret_cast<uintptr_t>(block);
   const uintptr_t page = PageBytes();
-  if (block == nullptr || start > UINTPTR_MAX - size - page) return block;
   const uintptr_t begin = (start + page - 1) / page * page;
   const uintptr_t end = (start + size) / page * page;
   if (end <= begin) return block;

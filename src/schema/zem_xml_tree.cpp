@@ -341,9 +341,8 @@ constexpr size_t FORGET_BATCH_BYTES = size_t{1} << 20;
 // Gives back the bytes [begin, end), less those given back already (up to *forgotten).
 void ForgetBytes(const char* begin, const char* end, const char** forgotten) {
   if (*forgotten != nullptr && *forgotten > begin) begin = *forgotten;
-  if (end <= begin || end - begin < static_cast<ptrdiff_t>(FORGET_BATCH_BYTES)) return;
-  const char* given_back = GiveBackWholePages(begin, static_cast<size_t>(end - begin));
-  if (given_back > begin) *forgotten = given_back;
+  if (end - begin < static_cast<ptrdiff_t>(FORGET_BATCH_BYTES)) return;
+  *forgotten = GiveBackWholePages(begin, static_cast<size_t>(end - begin));
 }
 
 template <typename Record>
