@@ -233,6 +233,17 @@ TEST(ZemXmlTree, ForgetGivesBackWhatWasReadAndKeepsWhatIsReadAgain) {
   EXPECT_STREQ(tree.root().first_attribute().value(), "g");
 }
 
+TEST(ZemXmlTree, ForgetKeepsAnElementWithoutAttributesAndWhatFollowsIt) {
+  std::string text = "<m><s>\n<e name=\"a\"/><e name=\"b\"/></s></m>";
+  ZemXmlTree tree;
+  ASSERT_TRUE(tree.Parse(&text[0], text.size()));
+  const ZemXmlTree::Node table = tree.root().first_child();
+  const ZemXmlTree::Node first = table.first_child();
+  ZemXmlTree::Forget(table, first, true);
+  EXPECT_STREQ(table.name(), "s");
+  EXPECT_STREQ(first.next_sibling().first_attribute().value(), "b");
+}
+
 TEST(ZemXmlTree, AbsentNodesAndAttributesAreEmpty) {
   std::string text = "<a x=\"1\"/>";
   ZemXmlTree tree;

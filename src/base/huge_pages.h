@@ -8,6 +8,7 @@
 #ifndef VELMORA_BASE_HUGE_PAGES_H_
 #define VELMORA_BASE_HUGE_PAGES_H_
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -54,11 +55,10 @@ inline void AdviseHugePagesOfMapping(void* block, size_t size) {
 #endif
 }
 
-// The size of a page of memory; 4096 where the system cannot tell.
+// The size of a page of memory, at least 4096 bytes.
 inline size_t PageBytes() {
 #if defined(__linux__)
-  const long page = sysconf(_SC_PAGESIZE);
-  return page > 0 ? static_cast<size_t>(page) : 4096;
+  return static_cast<size_t>(std::max(sysconf(_SC_PAGESIZE), 4096L));
 #else
   return 4096;
 #endif

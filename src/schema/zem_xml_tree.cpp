@@ -334,8 +334,8 @@ void ZemXmlTree::Restore() {
 
 namespace {
 
-// Records are given back once this many bytes of them can be: one system call per batch, not per
-// element.
+// Records and text are given back once this many bytes of them can be: one system call per
+// batch, not per element.
 constexpr size_t FORGET_BATCH_BYTES = size_t{1} << 20;
 
 // Gives back the bytes [begin, end), less those given back already (up to *forgotten).
@@ -345,10 +345,10 @@ void ForgetBytes(const char* begin, const char* end, const char** forgotten) {
   *forgotten = GiveBackWholePages(begin, static_cast<size_t>(end - begin));
 }
 
+// Gives back the records [from, to) of records, less those given back already.
 template <typename Record>
 void ForgetRecords(const std::vector<Record>& records, size_t from, size_t to,
                    const char** forgotten) {
-  if (to <= from || to > records.size()) return;
   ForgetBytes(reinterpret_cast<const char*>(records.data() + from),
               reinterpret_cast<const char*>(records.data() + to), forgotten);
 }
@@ -365,7 +365,7 @@ uint32_t ZemXmlTree::EndOfStartTag(const ElementRecord& element) const {
 
 void ZemXmlTree::Forget(const Node& kept, const Node& done, bool with_text) {
   const ZemXmlTree* tree = kept.m_tree;
-  if (tree == nullptr || done.m_tree != tree || done.m_index <= kept.m_index) return;
+  if (tree == nullptr || done.m_index <= kept.m_index) return;
   const std::vector<ElementRecord>& elements = tree->m_elements;
   if (with_text && done.m_index + size_t{1} < elements.size()) {
     // From the end of kept's start tag to the '<' of the element after done.
