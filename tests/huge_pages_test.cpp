@@ -89,14 +89,6 @@ TEST(HugePages, IgnoresNoBlockAndASizePastTheAddressSpace) {
   AdviseHugePagesOfMapping(near_top, 4 * HUGE_PAGE_BYTES);
 }
 
-// Whether the page holding `at` is resident.
-bool Resident(const char* at) {
-  const uintptr_t page = PageBytes();
-  void* start = reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(at) / page * page);
-  unsigned char state = 0;
-  return mincore(start, page, &state) == 0 && (state & 1) != 0;
-}
-
 TEST(HugePages, GivesBackTheWholePagesWithinABlockAlone) {
   const size_t page = PageBytes();
   void* mapped =

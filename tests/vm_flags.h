@@ -1,13 +1,25 @@
 // The flags the kernel keeps for the mapping that holds an address, as /proc/self/smaps lists them
-// ("rd wr mr mw me ac hg" ...; "hg": the mapping is advised to take huge pages).
+// ("rd wr mr mw me ac hg" ...; "hg": the mapping is advised to take huge pages), and whether the
+// page holding an address is resident.
 #ifndef VELMORA_TESTS_VM_FLAGS_H_
 #define VELMORA_TESTS_VM_FLAGS_H_
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
+
+// Whether the page of memory holding `at` is resident.
+inline bool Resident(const void* at) {
+  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+  void* start = reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(at) / page * page);
+  unsigned char state = 0;
+  return mincore(start, page, &state) == 0 && (state & 1) != 0;
+}
 
 // Whether this system has transparent huge pages at all; the tests of the advice need it.
 inline bool HasTransparentHugePages() {

@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <pugixml.hpp>
 
-#include <cstdint>
 #include <string>
 #include <vector>
+
+#include "vm_flags.h"
 
 namespace {
 
@@ -178,14 +176,6 @@ TEST(ZemXmlTree, GivesTheTextBackAfterReadingIt) {
   tree.Restore();
   EXPECT_EQ(text, original);
   EXPECT_FALSE(tree.root());
-}
-
-// Whether the page of memory holding `at` is resident.
-bool Resident(const char* at) {
-  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-  void* start = reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(at) / page * page);
-  unsigned char state = 0;
-  return mincore(start, page, &state) == 0 && (state & 1) != 0;
 }
 
 TEST(ZemXmlTree, ForgetGivesBackWhatWasReadAndKeepsWhatIsReadAgain) {
