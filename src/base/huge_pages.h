@@ -64,9 +64,10 @@ inline size_t PageBytes() {
 #endif
 }
 
-// Gives the whole pages within [block, block + size) back to the system, for memory that is never
-// read again: the process's resident memory shrinks at once, and a page touched again reads as
-// zeros. Returns the end of the last page given back (block when none was).
+// Gives the whole pages within [block, block + size) of private anonymous memory (what an allocator
+// hands out) back to the system, for memory that is never read again: the process's resident
+// memory shrinks at once, and a page touched again reads as zeros. Returns the end of the last
+// whole page (block when there is none); elsewhere than on Linux nothing is given back.
 inline const char* GiveBackWholePages(const char* block, size_t size) {
   const uintptr_t start = reinterpret_cast<uintptr_t>(block);
   const uintptr_t page = PageBytes();

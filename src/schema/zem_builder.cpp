@@ -192,7 +192,8 @@ class MetaLibBuilder {
   // EndMeta with its keys, split key and indexes. A refer or key names an entry added before;
   // names are found through lookup when one is given, in a table of the builder's own otherwise.
   bool BeginMeta(const ZemMetaDef& meta, size_t entries, const ZemEntryLookup* lookup = nullptr);
-  // lasting_name is the entry's name, valid until EndMeta returns.
+  // lasting_name is the entry's name; without a lookup it is kept, and must stay valid until
+  // EndMeta returns.
   bool AddEntry(const ZemEntryDef& entry, std::string_view lasting_name);
   bool EndMeta(const ZemMetaDef& meta);
   ZemMetaLibPtr Finish(const std::vector<std::pair<std::string, int>>& macros);

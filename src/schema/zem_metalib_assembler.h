@@ -41,17 +41,19 @@ class ZemMetaLibAssembler {
 
   // Lays out the next struct or union entry by entry, so that no description of all its entries
   // is ever needed: Begin with its own fields and the number of its entries (meta.entries is not
-  // read), AddEntry for each entry in order (name: its name, valid until End returns), then End
-  // with its keys, split key and indexes. A refer or key member names an entry added before.
-  // Each returns false and sets *error as Add does, and when the entries do not match the number
-  // announced. Given a lookup (valid until End returns), the entries' names are found through it.
+  // read), AddEntry for each entry in order (name: its name), then End with its keys, split key
+  // and indexes. A refer or key member names an entry added before. Each returns false and sets
+  // *error as Add does, and when the entries do not match the number announced. Given a lookup
+  // (valid until End returns), the entries' names are found through it and AddEntry's name is
+  // not kept; without one, each name must stay valid until End returns.
   bool Begin(const ZemMetaDef& meta, size_t entries, std::string* error,
              const ZemEntryLookup* lookup = nullptr);
   bool AddEntry(const ZemEntryDef& entry, std::string_view name, std::string* error);
   bool End(const ZemMetaDef& meta, std::string* error);
 
   // An entry of the struct or union begun, as AddEntry laid it out (position: below the entries
-  // added so far), for a reader that keeps no record of the entries it has read.
+  // added so far), for a reader that keeps no record of the entries it has read. Between Begin
+  // and End only.
   struct LaidOutEntry {
     std::string_view name;
     int type = 0;

@@ -213,8 +213,8 @@ struct KnownEntry {
 
 // The entries of the struct or union being read, found by name. While the file has no load error
 // each entry is laid out as it is read, and an earlier entry is read back from the model: a struct
-// of a million entries then keeps a slot of 4 bytes per entry here and nothing more. Once the file
-// has a load error nothing is laid out, and the entries are kept as records.
+// of a million entries then keeps 4-byte slots here, a table at most half full, and nothing more.
+// Once the file has a load error nothing is laid out, and the entries are kept as records.
 class KnownEntries {
  public:
   static constexpr size_t NOT_FOUND = NameIndex<>::NOT_FOUND;
@@ -319,8 +319,8 @@ struct PlainTree {
   using Attribute = ZemXmlTree::Attribute;
   // The plain tree holds elements only.
   static bool IsElement(const Node&) { return true; }
-  // A struct's records are few beside its model, and stay until the file is read: memory given
-  // back would be faulted in anew by the next file a process loads.
+  // A struct's records are few beside its model, and stay until the file is read: a process that
+  // loads file after file reuses that memory warm, where pages given back are faulted in anew.
   static void Release(Node* /*parent*/, const Node& /*child*/) {}
   // The records of the entries read, and with text_too their text, are given back as the model
   // grows, in batches that only a struct of tens of thousands of entries fills; those of kept, the

@@ -102,14 +102,13 @@ class ZemXmlTree {
   class Tokenizer;
 
   const char* Text(uint32_t offset) const { return m_text + offset; }
+  // The text offset just past the start tag of an element: its last value's or its name's end.
+  uint32_t EndOfStartTag(const ElementRecord& element) const;
   void Clear();
 
   char* m_text = nullptr;
   std::vector<ElementRecord> m_elements;  // in document order after record 0
   std::vector<AttributeRecord> m_attributes;
-  // The text offset just past the start tag of an element: its last value's or its name's end.
-  uint32_t EndOfStartTag(const ElementRecord& element) const;
-
   // Where the records and text given back so far end, and where the text after the kept element
   // starts. Giving memory back changes nothing that may still be read, so the nodes of a tree read
   // as const may do it.
