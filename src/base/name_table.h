@@ -38,7 +38,7 @@ class NameIndex {
   template <typename NameOf>
   size_t Find(std::string_view name, const NameOf& name_of) const {
     if (m_slots.empty()) return NOT_FOUND;
-    const uint32_t slot = m_slots[SlotOf(name, name_of)];
+    const uint32_t slot = m_slots[SlotOf(name, m_hash(name), name_of)];
     return slot == 0 ? NOT_FOUND : slot - 1;
   }
 
@@ -47,22 +47,30 @@ class NameIndex {
   template <typename NameOf>
   size_t Add(size_t position, const NameOf& name_of) {
     if ((m_size + 1) * 2 > m_slots.size()) Rehash((m_size + 1) * 4, name_of);
-    uint32_t& slot = m_slots[SlotOf(name_of(position), name_of)];
-    if (slot != 0) return slot - 1;
-    slot = static_cast<uint32_t>(position + 1);
+    const std::string_view name = name_of(position);
+    const size_t hash = m_hash(name);
+    const size_t slot = SlotOf(name, hash, name_of);
+    if (m_slots[slot] != 0) return m_slots[slot] - 1;
+    m_slots[slot] = static_cast<uint32_t>(position + 1);
+    m_tags[slot] = TagOf(hash);
     ++m_size;
     return position;
   }
 
  private:
+  // Eight bits of a name's hash that its slot does not already tell: a name is compared only with
+  // those held under the same tag, one in 256 of the others. Names may live far apart in memory.
+  static uint8_t TagOf(size_t hash) { return static_cast<uint8_t>(hash >> 56); }
+
   // The slot holding name, or the empty slot where it would go. The table is never more than
   // half full, so the probe ends.
   template <typename NameOf>
-  size_t SlotOf(std::string_view name, const NameOf& name_of) const {
+  size_t SlotOf(std::string_view name, size_t hash, const NameOf& name_of) const {
     const size_t mask = m_slots.size() - 1;
-    for (size_t slot = m_hash(name) & mask;; slot = (slot + 1) & mask) {
+    const uint8_t tag = TagOf(hash);
+    for (size_t slot = hash & mask;; slot = (slot + 1) & mask) {
       const uint32_t held = m_slots[slot];
-      if (held == 0 || m_equal(name_of(held - 1), name)) return slot;
+      if (held == 0 || (m_tags[slot] == tag && m_equal(name_of(held - 1), name))) return slot;
     }
   }
 
@@ -74,8 +82,16 @@ class NameIndex {
     std::vector<uint32_t> held;
     held.swap(m_slots);
     m_slots.assign(size, 0);
+    m_tags.assign(size, 0);
+    const size_t mask = size - 1;
     for (const uint32_t position : held) {
-      if (position != 0) m_slots[SlotOf(name_of(position - 1), name_of)] = position;
+      if (position == 0) continue;
+      // Every name held is distinct: its slot is the first empty one.
+      const size_t hash = m_hash(name_of(position - 1));
+      size_t slot = hash & mask;
+      while (m_slots[slot] != 0) slot = (slot + 1) & mask;
+      m_slots[slot] = position;
+      m_tags[slot] = TagOf(hash);
     }
   }
 
@@ -83,6 +99,7 @@ class NameIndex {
   Equal m_equal;
   size_t m_size = 0;
   std::vector<uint32_t> m_slots;  // a position + 1; 0 is an empty slot
+  std::vector<uint8_t> m_tags;    // the tag of the name in each slot held
 };
 
 // Records found by name, in the order they were added, each the first of its name.
