@@ -21,6 +21,8 @@
 #include <vector>
 
 #include <velmora/check_table.h>
+#include "base/name_hash.h"
+#include "base/name_table.h"
 #include "common/check_table_report.h"
 #include "common/report_name_index.h"
 
@@ -172,33 +174,35 @@ class WalkMarks {
 
 // The entries of an old meta by name and by name and shape (type, count and unit size): the
 // change walk asks, for each new entry, whether the old meta has one of that name and whether it
-// has one of that name that the store would keep as it is. A name is held once with the shape of
-// its first entry; the shapes of names held more than once are held apart.
+// has one of that name that the store would keep as it is. A name is found at its first entry,
+// whose shape the meta holds; the shapes of names held more than once are held apart. Positions
+// into the meta are kept, not copies of its entries, under hashes a file cannot aim at.
 class OldEntries {
  public:
-  explicit OldEntries(LPZEMMETA old_meta) {
-    const int old_value_field_num = zem_get_entry_num(old_meta);
-    m_by_name.reserve(static_cast<size_t>(std::max(old_value_field_num, 0)));
+  explicit OldEntries(LPZEMMETA old_meta) : m_meta(old_meta) {
+    const int old_value_field_num = std::max(zem_get_entry_num(old_meta), 0);
+    const Names names{m_meta};
+    m_by_name.Reserve(static_cast<size_t>(old_value_field_num), names);
     for (int o = 0; o < old_value_field_num; ++o) {
       LPZEMMETAENTRY pstOld = zem_get_entry_by_index(old_meta, o);
       if (pstOld == nullptr) continue;
-      const Shape shape = ShapeOf(pstOld);
-      const auto added = m_by_name.emplace(shape.name, Held{shape, false});
-      if (added.second) continue;
-      if (!added.first->second.repeated) m_repeated_shapes.insert(added.first->second.first);
-      added.first->second.repeated = true;
-      m_repeated_shapes.insert(shape);
+      const size_t first = m_by_name.Add(static_cast<size_t>(o), names);
+      if (first == static_cast<size_t>(o)) continue;
+      if (m_repeated.insert(first).second) m_repeated_shapes.insert(ShapeOf(EntryAt(first)));
+      m_repeated_shapes.insert(ShapeOf(pstOld));
     }
   }
 
-  bool HasName(const char* name) const { return m_by_name.count(name) != 0; }
+  bool HasName(const char* name) const {
+    return m_by_name.Find(name, Names{m_meta}) != NameIndex<>::NOT_FOUND;
+  }
 
   bool HasSameEntry(LPZEMMETAENTRY pstNew) const {
     const Shape shape = ShapeOf(pstNew);
-    const auto found = m_by_name.find(shape.name);
-    if (found == m_by_name.end()) return false;
-    if (found->second.first == shape) return true;
-    return found->second.repeated && m_repeated_shapes.count(shape) != 0;
+    const size_t found = m_by_name.Find(shape.name, Names{m_meta});
+    if (found == NameIndex<>::NOT_FOUND) return false;
+    if (ShapeOf(EntryAt(found)) == shape) return true;
+    return m_repeated.count(found) != 0 && m_repeated_shapes.count(shape) != 0;
   }
 
  private:
@@ -214,22 +218,35 @@ class OldEntries {
   };
   struct ShapeHash {
     size_t operator()(const Shape& shape) const {
-      size_t hash = std::hash<std::string_view>()(shape.name);
+      size_t hash = KeyedNameHash()(shape.name);
       hash = hash * 31 + static_cast<size_t>(shape.type);
       hash = hash * 31 + static_cast<size_t>(shape.count);
-      return hash * 31 + shape.unit_size;
+      return static_cast<size_t>(MixBits(hash * 31 + shape.unit_size));
     }
   };
-  struct Held {
-    Shape first;    // of the first entry of the name
-    bool repeated;  // more entries have the name: their shapes are in m_repeated_shapes
+  struct PositionHash {
+    size_t operator()(size_t position) const {
+      return static_cast<size_t>(MixBits(position ^ NameHashKey()));
+    }
   };
+  // The name of an entry the table holds (never an empty slot).
+  struct Names {
+    LPZEMMETA meta;
+    std::string_view operator()(size_t position) const {
+      return zem_get_entry_name(zem_get_entry_by_index(meta, static_cast<int>(position)));
+    }
+  };
+  LPZEMMETAENTRY EntryAt(size_t position) const {
+    return zem_get_entry_by_index(m_meta, static_cast<int>(position));
+  }
   static Shape ShapeOf(LPZEMMETAENTRY pstEntry) {
     return Shape{zem_get_entry_name(pstEntry), zem_get_entry_type(pstEntry),
                  zem_get_entry_count(pstEntry), zem_get_entry_unitsize(pstEntry)};
   }
 
-  std::unordered_map<std::string_view, Held> m_by_name;
+  LPZEMMETA m_meta;
+  NameIndex<> m_by_name;
+  std::unordered_set<size_t, PositionHash> m_repeated;  // first entries of names held again
   std::unordered_set<Shape, ShapeHash> m_repeated_shapes;
 };
 
